@@ -1,0 +1,83 @@
+/*
+ * libformat.h - the processing layer: pixel operations on IMF_BITMAP records
+ * and the lossless JPEG functions.
+ *
+ * Pixel operations take (src, dst, area, ...):
+ *   - dst null: src is changed in place (for operations that compute into a
+ *     new bitmap, src's buffers are released and src receives the new ones);
+ *   - dst non-null: an uninitialised record that receives a new bitmap;
+ *   - area null: the whole bitmap; otherwise the rectangle to process (pixels
+ *     outside it keep their source values).
+ * They return IMF_NOERROR, IMF_ERRMEMORY, IMF_ERRBADPARAMS or IMF_ERRBADBITMAP
+ * and change nothing when they refuse.
+ *
+ * Plain C99; usable from C and C++.
+ */
+#ifndef LIBFORMAT_H
+#define LIBFORMAT_H
+
+#include "libimg.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* ---- Look-up tables and negation ------------------------------------------- */
+/* Replaces every component v (bytes 0..2 of 4-byte pixels) by table[v]; a
+ * colour-mapped bitmap has its palette changed instead. Binary: IMF_ERRBADBITMAP. */
+IMG_API IMF_ERROR imfApplyLut(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area,
+                              const TUbyte table[256]);
+/* Inverts every component, or every bit of a binary bitmap. */
+IMG_API IMF_ERROR imfNegate(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area);
+
+/* ---- Tone curves ----------------------------------------------------------- */
+IMG_API IMF_ERROR imfBrightness(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, TLong brightness);
+IMG_API IMF_ERROR imfContrast(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, TLong contrast);
+IMG_API IMF_ERROR imfGamma(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, double gamma);
+IMG_API IMF_ERROR imfLog(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area);
+IMG_API IMF_ERROR imfAdjust(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, TLong brightness, TLong contrast, double gamma);
+
+/* ---- Histograms and automatic corrections ---------------------------------- */
+IMG_API IMF_ERROR imfNormalize(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area);
+IMG_API IMF_ERROR imfEqualize(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area);
+IMG_API IMF_ERROR imfEqualizeOnLuminance(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area);
+IMG_API IMF_ERROR imfAutoContrast(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area);
+IMG_API IMF_ERROR imfAutoLevels(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area);
+IMG_API IMF_ERROR imfBalance(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, const TLong values[4]);
+
+/* ---- Convolution, box mean, noise reduction, edge enhancer ----------------- */
+IMG_API IMF_ERROR imfConvolve(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, const IMG_FILTER *filter);
+IMG_API IMF_ERROR imfEnhanceDetail(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area);
+IMG_API IMF_ERROR imfEnhanceFocus(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area);
+IMG_API IMF_ERROR imfFocusRestoration(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area);
+IMG_API IMF_ERROR imfEdgeDetectLight(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area);
+IMG_API IMF_ERROR imfEdgeDetectMedium(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area);
+IMG_API IMF_ERROR imfEdgeDetectHeavy(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area);
+IMG_API IMF_ERROR imfEmboss(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area);
+IMG_API IMF_ERROR imfEmbossMore(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area);
+IMG_API IMF_ERROR imfSharpen(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, TLong percentage);
+IMG_API IMF_ERROR imfBlur(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, TLong percentage);
+IMG_API IMF_ERROR imfSoften(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, TLong percentage);
+IMG_API IMF_ERROR imfAverage(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, TLong filter_size);
+IMG_API IMF_ERROR imfReduceNoise(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area);
+
+/* ---- Rank filters, Gaussian blur, drop shadow ------------------------------ */
+IMG_API IMF_ERROR imfMinimum(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, TLong filter_size);
+IMG_API IMF_ERROR imfMaximum(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, TLong filter_size);
+IMG_API IMF_ERROR imfMedianBox(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, TLong filter_size);
+IMG_API IMF_ERROR imfMedianCross(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, TLong filter_size);
+IMG_API IMF_ERROR imfBlurGaussian(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, TLong filter_size);
+IMG_API IMF_ERROR imfDropShadow(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, TLong size, TLong depth, TLong keep_size);
+
+/* ---- Channel operations, shadow/highlight, colour counting ----------------- */
+IMG_API IMF_ERROR imfSwapColors(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, TUlong mode);
+
+/* ---- Noise ---------------------------------------------------------------------- */
+
+/* ---- Lossless JPEG ---------------------------------------------------------------- */
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif /* LIBFORMAT_H */

@@ -1,0 +1,98 @@
+/*
+ * libimge.h - the public layer of libimge: operations on IMG_BITMAP records.
+ *
+ * Framed operations take `src` and `dst`:
+ *   - dst null, or *dst == src: src is changed in place;
+ *   - otherwise a new bitmap is made and stored in *dst (whatever *dst held is
+ *     overwritten, not released); src is unchanged. Release it with
+ *     imgFreeBitmap.
+ * They refuse bitmaps with more than 8 bits per component
+ * (IMG_ERROR_BAD_PARAMETERS, nothing changed).
+ *
+ * Plain C99; usable from C and C++.
+ */
+#ifndef LIBIMGE_H
+#define LIBIMGE_H
+
+#include "libimg.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* ---- Channel swap modes ---------------------------------------------------- */
+typedef IMG_UINT16 IMG_SWAPCOLORS_MODE;
+#define IMG_SWAPCOLORS_RBG 0
+#define IMG_SWAPCOLORS_BGR 1
+#define IMG_SWAPCOLORS_BRG 2
+#define IMG_SWAPCOLORS_GRB 3
+#define IMG_SWAPCOLORS_GBR 4
+
+/* ---- Lossless JPEG transforms ---------------------------------------------- */
+typedef IMG_UINT16 IMG_LOSSLESS_TRANSFORM;
+#define IMG_LOSSLESS_TRANSFORM_NONE            0
+#define IMG_LOSSLESS_TRANSFORM_ROTATE90        1
+#define IMG_LOSSLESS_TRANSFORM_ROTATE180       2
+#define IMG_LOSSLESS_TRANSFORM_ROTATE270       3
+#define IMG_LOSSLESS_TRANSFORM_VERTICAL_FLIP   4
+#define IMG_LOSSLESS_TRANSFORM_HORIZONTAL_FLIP 5
+
+/* ---- Line styles ------------------------------------------------------------- */
+#define IMG_LINE_STYLE_SOLID      0
+#define IMG_LINE_STYLE_DASH       1
+#define IMG_LINE_STYLE_DOT        2
+#define IMG_LINE_STYLE_DASHDOT    3
+#define IMG_LINE_STYLE_DASHDOTDOT 4
+
+/* ---- Tone curves and negative ---------------------------------------------- */
+IMG_API IMG_ERROR imgNegative(IMG_BITMAP *src, IMG_BITMAP **dst);
+IMG_API IMG_ERROR imgBrightness(IMG_BITMAP *src, IMG_BITMAP **dst, IMG_INT32 brightness);
+IMG_API IMG_ERROR imgContrast(IMG_BITMAP *src, IMG_BITMAP **dst, IMG_INT32 contrast);
+IMG_API IMG_ERROR imgGamma(IMG_BITMAP *src, IMG_BITMAP **dst, double gamma);
+IMG_API IMG_ERROR imgLogCorrection(IMG_BITMAP *src, IMG_BITMAP **dst);
+IMG_API IMG_ERROR imgAdjust(IMG_BITMAP *src, IMG_BITMAP **dst, IMG_INT32 brightness, IMG_INT32 contrast, double gamma);
+
+/* ---- Histogram-based corrections ------------------------------------------- */
+IMG_API IMG_ERROR imgNormalize(IMG_BITMAP *src, IMG_BITMAP **dst);
+IMG_API IMG_ERROR imgEqualize(IMG_BITMAP *src, IMG_BITMAP **dst);
+IMG_API IMG_ERROR imgEqualizeOnLuminance(IMG_BITMAP *src, IMG_BITMAP **dst);
+IMG_API IMG_ERROR imgAutomaticContrast(IMG_BITMAP *src, IMG_BITMAP **dst);
+IMG_API IMG_ERROR imgAutomaticLevels(IMG_BITMAP *src, IMG_BITMAP **dst);
+IMG_API IMG_ERROR imgBalance(IMG_BITMAP *src, IMG_BITMAP **dst, const IMG_COLOR *color);
+
+/* ---- Convolution, box mean, noise reduction -------------------------------- */
+IMG_API IMG_ERROR imgConvolve(IMG_BITMAP *src, IMG_BITMAP **dst, const IMG_FILTER *filter);
+IMG_API IMG_ERROR imgEnhanceDetail(IMG_BITMAP *src, IMG_BITMAP **dst);
+IMG_API IMG_ERROR imgEnhanceFocus(IMG_BITMAP *src, IMG_BITMAP **dst);
+IMG_API IMG_ERROR imgFocusRestoration(IMG_BITMAP *src, IMG_BITMAP **dst);
+IMG_API IMG_ERROR imgEdgeDetectLight(IMG_BITMAP *src, IMG_BITMAP **dst);
+IMG_API IMG_ERROR imgEdgeDetectMedium(IMG_BITMAP *src, IMG_BITMAP **dst);
+IMG_API IMG_ERROR imgEdgeDetectHeavy(IMG_BITMAP *src, IMG_BITMAP **dst);
+IMG_API IMG_ERROR imgEmboss(IMG_BITMAP *src, IMG_BITMAP **dst);
+IMG_API IMG_ERROR imgEmbossMore(IMG_BITMAP *src, IMG_BITMAP **dst);
+IMG_API IMG_ERROR imgSharpen(IMG_BITMAP *src, IMG_BITMAP **dst, IMG_INT32 percentage);
+IMG_API IMG_ERROR imgBlur(IMG_BITMAP *src, IMG_BITMAP **dst, IMG_INT32 percentage);
+IMG_API IMG_ERROR imgSoften(IMG_BITMAP *src, IMG_BITMAP **dst, IMG_INT32 percentage);
+IMG_API IMG_ERROR imgAverage(IMG_BITMAP *src, IMG_BITMAP **dst, IMG_INT32 filter_size);
+IMG_API IMG_ERROR imgReduceNoise(IMG_BITMAP *src, IMG_BITMAP **dst);
+
+/* ---- Rank filters, Gaussian blur, drop shadow ------------------------------ */
+IMG_API IMG_ERROR imgMinimum(IMG_BITMAP *src, IMG_BITMAP **dst, IMG_INT32 filter_size);
+IMG_API IMG_ERROR imgMaximum(IMG_BITMAP *src, IMG_BITMAP **dst, IMG_INT32 filter_size);
+IMG_API IMG_ERROR imgMedianBox(IMG_BITMAP *src, IMG_BITMAP **dst, IMG_INT32 filter_size);
+IMG_API IMG_ERROR imgMedianCross(IMG_BITMAP *src, IMG_BITMAP **dst, IMG_INT32 filter_size);
+IMG_API IMG_ERROR imgGaussianBlur(IMG_BITMAP *src, IMG_BITMAP **dst, IMG_INT32 filter_size);
+IMG_API IMG_ERROR imgDropShadow(IMG_BITMAP *src, IMG_BITMAP **dst, IMG_INT32 size, IMG_INT32 depth, IMG_INT32 keep_size);
+
+/* ---- Channel operations, colour counting, HLS, sepia ----------------------- */
+IMG_API IMG_ERROR imgSwapColors(IMG_BITMAP *src, IMG_BITMAP **dst, IMG_SWAPCOLORS_MODE mode);
+
+/* ---- Drawing ----------------------------------------------------------------- */
+
+/* ---- Lossless JPEG ------------------------------------------------------------- */
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif /* LIBIMGE_H */

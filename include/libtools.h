@@ -1,0 +1,110 @@
+/*
+ * libtools.h - services of the base library (libimg.so): memory, bitmap
+ * records, clipping, 1-bit rows, files and EXIF.
+ *
+ * Plain C99; usable from C and C++.
+ */
+#ifndef LIBTOOLS_H
+#define LIBTOOLS_H
+
+#include "libimg.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* ---- Memory ---------------------------------------------------------------- */
+
+/* A block of `size` bytes (cleared to zero), or null when memory is short. */
+IMG_API void *imgMemoryAlloc(IMG_UINT32 size);
+/* Releases a block of imgMemoryAlloc; null is ignored. */
+IMG_API void imgMemoryFree(void *block);
+
+/* ---- Public bitmaps -------------------------------------------------------- */
+
+/* A new bitmap laid out as imfAllock lays it out (Pack 1, zeroed pixels),
+ * or null on failure or bad arguments. Release with imgFreeBitmap. */
+IMG_API IMG_BITMAP *imgCreateBitmap(IMG_BITMAP_TYPE type, IMG_INT32 width, IMG_INT32 height);
+/* Releases a record made by imgCreateBitmap, imgCloneBitmap or a separate
+ * destination of a libimge operation, and every buffer it points to. */
+IMG_API void imgFreeBitmap(IMG_BITMAP *bitmap);
+/* An independent deep copy (pixels, colour map, comment, name, metadata
+ * chain), or null on failure. */
+IMG_API IMG_BITMAP *imgCloneBitmap(const IMG_BITMAP *bitmap);
+/* Fills `array` with the bytes of one pixel of `bitmap` showing `color`, in
+ * the bitmap's byte order. 0 on success; binary bitmaps and bad arguments
+ * give a non-zero code. */
+IMG_API IMG_ERROR imgGetColorArray(const IMG_BITMAP *bitmap, const IMG_COLOR *color,
+                                   IMG_UINT8 array[4]);
+
+/* ---- Processing records ---------------------------------------------------- */
+
+/* Fills every field of `bitmap` for a new zeroed bitmap; non-zero on success,
+ * 0 on failure (bad arguments or no memory; the record is then all zero). */
+IMG_API TUword imfAllock(IMF_BITMAP *bitmap, TLong type, TLong pack, TLong width, TLong height);
+/* imfAllock with bits per component (0 or 8 give the same 8-bit bitmap; any
+ * other value is refused). */
+IMG_API TUword imfAllockEx(IMF_BITMAP *bitmap, TLong type, TLong pack, TLong width, TLong height,
+                           TLong bits_per_component);
+/* Releases the buffers the record owns and clears their pointers (not the
+ * record itself). */
+IMG_API void imfFree(IMF_BITMAP *bitmap);
+/* Gives `dst` its own copies of the descriptive data of `src`: origin,
+ * resolution, offsets, comment, name and metadata chain. On failure (no
+ * memory) returns IMF_ERRMEMORY and leaves those pointers of dst null. */
+IMG_API IMF_ERROR imfCopyExtendedData(IMF_BITMAP *dst, const IMF_BITMAP *src);
+/* Makes `dst` (an uninitialised record) a new bitmap holding the area of
+ * `src` (null: all of it). */
+IMG_API IMF_ERROR imfCopy(const IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area);
+/* Makes `dst` (an uninitialised record) `src` resampled to width x height:
+ * area averaging where a side shrinks, bilinear where it grows. Mode is
+ * ignored. */
+IMG_API IMF_ERROR imfResize(const IMF_BITMAP *src, IMF_BITMAP *dst, TLong width, TLong height,
+                            TLong mode);
+/* Resolves the processing area (null: the whole bitmap) into `rect`. 0 on
+ * success, non-zero for an area outside the bitmap. */
+IMG_API TUword imfGetClippingRect(const IMF_BITMAP *bitmap, const IMF_RECT *area, IMF_RECT *rect);
+
+/* ---- 1-bit rows (bit 7 of byte 0 is pixel 0) -------------------------------- */
+IMG_API int imfGetBitAtBuffer(const TUbyte *row, TLong x);
+IMG_API void imfCleanAndSetBitAtBuffer(TUbyte *row, TLong x, int value);
+
+/* ---- Files -------------------------------------------------------------------- */
+
+/* Writes into `buffer` (capacity bytes) the path of a free scratch file name.
+ * Non-zero on success. */
+IMG_API int imfGetTemporaryFilenameA(char *buffer, TLong capacity);
+/* Makes the file `old_name` take the place of `new_name`, replacing it.
+ * 0 on success, non-zero on failure. */
+IMG_API int imfFileRename(const char *old_name, const char *new_name);
+
+/* ---- EXIF ----------------------------------------------------------------------- */
+
+/* What EXIFThumbGet finds out about the JPEG thumbnail of an EXIF block. */
+typedef struct {
+    TUlong  Offset;         /* of the thumbnail's JPEG stream within the APP1 data */
+    TUlong  Size;           /* its length in bytes */
+    TUlong  Reserved1;
+    TUlong  Width;          /* thumbnail width in pixels, 0 when not given */
+    TUlong  Reserved2;
+    TUlong  Height;         /* thumbnail height in pixels, 0 when not given */
+    TUlong  Reserved3;
+    TUlong  HasOrientation; /* non-zero when the thumbnail directory has an orientation */
+    TUbyte *OrientationPtr; /* address of that entry's 16-bit value in the APP1 data */
+    TUlong  BigEndian;      /* non-zero for a big-endian ("MM") block */
+} EXIFThumbInfo;
+
+/* Orientation (tag 0x0112 of the main image directory) of the EXIF block in
+ * entry->Data; non-zero and *orientation set when found, else 0. */
+IMG_API int EXIFGetOrientation(const IMF_METADATAENTRY *entry, int *orientation);
+/* Rewrites that orientation value in place, in the block's byte order.
+ * Non-zero when a value was rewritten. */
+IMG_API int EXIFSetOrientation(IMF_METADATAENTRY *entry, int orientation);
+/* Fills `info` when the APP1 data holds a JPEG thumbnail; non-zero then. */
+IMG_API int EXIFThumbGet(const void *app1_data, TLong length, EXIFThumbInfo *info);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif /* LIBTOOLS_H */

@@ -1,0 +1,58 @@
+#include "core/target.h"
+
+#include <cstring>
+
+#include "libtools.h"
+#include "pixel_types.h"
+
+namespace imge {
+
+IMF_ERROR AllocateLike(const IMF_BITMAP *src, IMF_BITMAP *out, bool copy_palette) {
+    if (!imfAllock(out, src->Type, src->Pack, src->Width, src->Height)) return IMF_ERRMEMORY;
+    if (copy_palette && src->ColorMap && out->ColorMap)
+        std::memcpy(out->ColorMap, src->ColorMap, sizeof(IMF_COLORMAP));
+    out->ColorUsed = src->ColorUsed;
+    out->TransparentIndex = src->TransparentIndex;
+    if (imfCopyExtendedData(out, src) != IMF_NOERROR) {
+        imfFree(out);
+        return IMF_ERRMEMORY;
+    }
+    return IMF_NOERROR;
+}
+
+void CopyPixels(const IMF_BITMAP *src, IMF_BITMAP *dst) {
+    long long row = imgrec::RowBytes(src->Type, src->Width);
+    if (row <= 0) return;
+    if (src->BytesPerLine == dst->BytesPerLine) {
+        std::memcpy(dst->Data, src->Data, static_cast<std::size_t>(src->BytesPerLine) * src->Height);
+        return;
+    }
+    for (TLong y = 0; y < src->Height; ++y)
+        std::memcpy(dst->Data + static_cast<long long>(y) * dst->BytesPerLine,
+                    src->Data + static_cast<long long>(y) * src->BytesPerLine, static_cast<std::size_t>(row));
+}
+
+IMF_ERROR PrepareTarget(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, bool copy_palette,
+                        IMF_BITMAP **target, IMF_RECT *rect) {
+    if (imfGetClippingRect(src, area, rect)) return IMF_ERRBADPARAMS;
+    if (!dst) {
+        *target = src;
+        return IMF_NOERROR;
+    }
+    IMF_ERROR rc = AllocateLike(src, dst, copy_palette);
+    if (rc != IMF_NOERROR) return rc;
+    CopyPixels(src, dst);
+    *target = dst;
+    return IMF_NOERROR;
+}
+
+void HandOver(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_BITMAP *fresh) {
+    if (dst) {
+        *dst = *fresh;
+        return;
+    }
+    imfFree(src);
+    *src = *fresh;
+}
+
+}  // namespace imge
