@@ -1,0 +1,249 @@
+// Negation (bytes, palettes, grey levels, bits) and the public entry frame.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <random>
+
+#include "libformat.h"
+#include "libimge.h"
+#include "libtools.h"
+#include "lut/lut_engine.h"
+#include "reference/lut_reference.h"
+#include "support/bitmaps.h"
+
+using testing_support::OwnedImf;
+
+namespace {
+
+TEST(Negate, StatedPixelExamples) {
+    struct Case { unsigned type; TUbyte in[4], out[4]; };
+    const Case cases[] = {
+        {IMF_RGBA, {10, 20, 30, 40}, {245, 235, 225, 40}},
+        {IMF_ARGB, {40, 10, 20, 30}, {215, 245, 235, 30}},
+        {IMF_CMYK, {0, 1, 254, 77}, {255, 254, 1, 77}},
+        {IMF_BGR, {0, 128, 255, 0}, {255, 127, 0, 0}},
+    };
+    for (const Case &c : cases) {
+        OwnedImf b;
+        ASSERT_NE(imfAllock(b.get(), c.type, 1, 1, 1), 0);
+        std::memcpy(b->Data, c.in, b->BytesPerPixel);
+        ASSERT_EQ(imfNegate(b.get(), nullptr, nullptr), IMF_NOERROR);
+        EXPECT_EQ(std::memcmp(b->Data, c.out, b->BytesPerPixel), 0) << testing_support::TypeName(c.type);
+    }
+}
+
+TEST(Negate, GreyWithSixteenLevelsMirrorsTheLevels) {
+    OwnedImf b;
+    ASSERT_NE(imfAllock(b.get(), IMF_GREY, 1, 16, 1), 0);
+    b->ColorUsed = 16;
+    for (int i = 0; i < 16; ++i) b->Data[i] = static_cast<TUbyte>(i);
+    ASSERT_EQ(imfNegate(b.get(), nullptr, nullptr), IMF_NOERROR);
+    for (int i = 0; i < 16; ++i) EXPECT_EQ(b->Data[i], 15 - i);
+}
+
+TEST(Lut, GreyRescalingExampleAndCallersTableUntouched) {
+    TUbyte table[256];
+    for (int v = 0; v < 256; ++v) table[v] = static_cast<TUbyte>(v);
+    table[17] = 200;
+    TUbyte t[256];
+    std::memcpy(t, table, 256);
+    imge::RescaleGreyTable(t, 16);
+    EXPECT_EQ(t[1], 11);   // level 1 reads table[17]: 200 * 15 / 255
+    EXPECT_EQ(t[15], 15);  // level 15 reads table[255]
+    EXPECT_EQ(t[16], 0);
+    OwnedImf b;
+    ASSERT_NE(imfAllock(b.get(), IMF_GREY, 1, 2, 1), 0);
+    b->ColorUsed = 16;
+    b->Data[0] = 1;
+    b->Data[1] = 15;
+    TUbyte before[256];
+    std::memcpy(before, table, 256);
+    ASSERT_EQ(imfApplyLut(b.get(), nullptr, nullptr, table), IMF_NOERROR);
+    EXPECT_EQ(std::memcmp(before, table, 256), 0);
+    EXPECT_EQ(b->Data[0], 11);
+    EXPECT_EQ(b->Data[1], 15);
+}
+
+// Grey bitmaps with 1, 0 or a negative number of levels are taken as 256 levels.
+TEST(Lut, DegenerateGreyLevelCountsUseTheTableUnchanged) {
+    for (TWord used : {1, 0, -5, 300}) {
+        OwnedImf b;
+        ASSERT_NE(imfAllock(b.get(), IMF_GREY, 1, 3, 1), 0);
+        b->ColorUsed = used;
+        b->Data[0] = 0; b->Data[1] = 100; b->Data[2] = 255;
+        ASSERT_EQ(imfNegate(b.get(), nullptr, nullptr), IMF_NOERROR);
+        EXPECT_EQ(b->Data[0], 255) << used;
+        EXPECT_EQ(b->Data[1], 155) << used;
+        EXPECT_EQ(b->Data[2], 0) << used;
+    }
+}
+
+TEST(Lut, ColourMapChangesOnlyUsedEntriesAndKeepsIndicesAndAlpha) {
+    std::mt19937 rng(1);
+    OwnedImf b, before;
+    testing_support::MakeRandom(rng, IMF_COLORS, 8, 8, 1, &b);
+    b->ColorUsed = 10;
+    testing_support::Clone(*b.get(), &before);
+    const IMF_RECT small = {1, 1, 2, 2};
+    ASSERT_EQ(imfNegate(b.get(), nullptr, &small), IMF_NOERROR);
+    EXPECT_EQ(std::memcmp(b->Data, before->Data, 64), 0);
+    for (int k = 0; k < 256; ++k) {
+        int r = before->ColorMap->Red[k];
+        EXPECT_EQ(b->ColorMap->Red[k], k < 10 ? 255 - r : r) << k;
+        EXPECT_EQ(b->ColorMap->Alpha[k], before->ColorMap->Alpha[k]);
+    }
+    EXPECT_EQ(b->ColorMap->HasAlpha, before->ColorMap->HasAlpha);
+}
+
+TEST(Lut, IdentityTableAndEmptyAreaChangeNothing) {
+    std::mt19937 rng(2);
+    for (unsigned type : testing_support::kByteTypes) {
+        OwnedImf b, before, dst;
+        testing_support::MakeRandom(rng, type, 9, 5, 4, &b);
+        testing_support::Clone(*b.get(), &before);
+        TUbyte id[256];
+        for (int v = 0; v < 256; ++v) id[v] = static_cast<TUbyte>(v);
+        ASSERT_EQ(imfApplyLut(b.get(), nullptr, nullptr, id), IMF_NOERROR);
+        EXPECT_EQ(testing_support::Diff(*b.get(), *before.get()), "");
+        if (type == IMF_COLORS) continue;  // the palette ignores the area
+        const IMF_RECT empty = {3, 2, 0, 3};
+        ASSERT_EQ(imfNegate(b.get(), dst.get(), &empty), IMF_NOERROR);
+        EXPECT_EQ(testing_support::Diff(*dst.get(), *before.get()), "");
+    }
+}
+
+TEST(Negate, BinaryBitsAgainstThePerBitReference) {
+    std::mt19937 rng(5);
+    std::uniform_int_distribution<int> size(1, 70), coin(0, 1);
+    for (int iter = 0; iter < 300; ++iter) {
+        int w = size(rng), h = size(rng) % 9 + 1;
+        OwnedImf src, expect, dst, orig;
+        testing_support::MakeRandom(rng, IMF_BINARY, w, h, 1 + iter % 4, &src);
+        testing_support::Clone(*src.get(), &orig);
+        testing_support::Clone(*src.get(), &expect);
+        IMF_RECT area = testing_support::RandomArea(rng, w, h);
+        reference::NegateBits(expect.get(), area);
+        if (coin(rng)) {
+            ASSERT_EQ(imfNegate(src.get(), dst.get(), &area), IMF_NOERROR);
+            EXPECT_EQ(testing_support::Diff(*dst.get(), *expect.get()), "");
+            EXPECT_EQ(testing_support::Diff(*src.get(), *orig.get()), "");
+        } else {
+            ASSERT_EQ(imfNegate(src.get(), nullptr, &area), IMF_NOERROR);
+            EXPECT_EQ(testing_support::Diff(*src.get(), *expect.get()), "");
+            ASSERT_EQ(imfNegate(src.get(), nullptr, &area), IMF_NOERROR);
+            EXPECT_EQ(testing_support::Diff(*src.get(), *orig.get()), "") << "twice is identity";
+        }
+    }
+}
+
+TEST(Lut, RefusalsChangeNothing) {
+    std::mt19937 rng(9);
+    OwnedImf b, before, dst;
+    testing_support::MakeRandom(rng, IMF_RGB, 6, 6, 1, &b);
+    testing_support::Clone(*b.get(), &before);
+    TUbyte t[256] = {0};
+    const IMF_RECT outside = {2, 2, 5, 1};
+    EXPECT_EQ(imfApplyLut(b.get(), nullptr, &outside, t), IMF_ERRBADPARAMS);
+    EXPECT_EQ(imfNegate(b.get(), dst.get(), &outside), IMF_ERRBADPARAMS);
+    EXPECT_EQ(dst->Data, nullptr) << "no destination allocated";
+    EXPECT_EQ(imfApplyLut(b.get(), nullptr, nullptr, nullptr), IMF_ERRBADPARAMS);
+    EXPECT_EQ(testing_support::Diff(*b.get(), *before.get()), "");
+    OwnedImf bin;
+    testing_support::MakeRandom(rng, IMF_BINARY, 6, 6, 1, &bin);
+    EXPECT_EQ(imfApplyLut(bin.get(), nullptr, nullptr, t), IMF_ERRBADBITMAP);
+    // Inconsistent records are refused before they are touched.
+    IMF_BITMAP bad = *b.get();
+    bad.BytesPerLine = 5;  // shorter than 6 RGB pixels
+    EXPECT_EQ(imfNegate(&bad, nullptr, nullptr), IMF_ERRBADBITMAP);
+    bad = *b.get();
+    bad.BytesPerPixel = 4;
+    EXPECT_EQ(imfNegate(&bad, nullptr, nullptr), IMF_ERRBADBITMAP);
+    bad = *b.get();
+    bad.Data = nullptr;
+    EXPECT_EQ(imfNegate(&bad, nullptr, nullptr), IMF_ERRBADBITMAP);
+    bad = *b.get();
+    bad.Type = 0x0800;
+    EXPECT_EQ(imfNegate(&bad, nullptr, nullptr), IMF_ERRBADBITMAP);
+    EXPECT_EQ(testing_support::Diff(*b.get(), *before.get()), "");
+}
+
+// ---- The public entry frame -------------------------------------------------
+
+TEST(Frame, ThreeModes) {
+    IMG_BITMAP *src = imgCreateBitmap(IMG_RGB, 3, 2);
+    ASSERT_NE(src, nullptr);
+    src->Data[0] = 10;
+    src->BitsPerComponent = 1;
+    src->XOffset = 7;
+    src->Reserved = 3;
+    IMG_UINT8 *old_data = src->Data;
+
+    // In place, dst null.
+    ASSERT_EQ(imgNegative(src, nullptr), IMG_NO_ERROR);
+    EXPECT_EQ(src->Data, old_data);
+    EXPECT_EQ(src->Data[0], 245);
+    EXPECT_EQ(src->BitsPerComponent, 8);
+    EXPECT_EQ(src->XOffset, 7);
+    EXPECT_EQ(src->Reserved, 3);
+
+    // In place, *dst == src.
+    IMG_BITMAP *same = src;
+    ASSERT_EQ(imgNegative(src, &same), IMG_NO_ERROR);
+    EXPECT_EQ(same, src);
+    EXPECT_EQ(src->Data[0], 10);
+
+    // Separate destination; the old value of *dst is overwritten, not released.
+    IMG_BITMAP stale;
+    IMG_BITMAP *dst = &stale;
+    ASSERT_EQ(imgNegative(src, &dst), IMG_NO_ERROR);
+    ASSERT_NE(dst, &stale);
+    ASSERT_NE(dst, nullptr);
+    EXPECT_NE(dst->Data, src->Data);
+    EXPECT_EQ(dst->Data[0], 245);
+    EXPECT_EQ(src->Data[0], 10);
+    EXPECT_EQ(dst->Width, 3);
+    EXPECT_EQ(dst->BitsPerComponent, 8);
+    imgFreeBitmap(dst);
+    imgFreeBitmap(src);
+}
+
+TEST(Frame, RefusesDeepBitmapsWithoutTouchingAnything) {
+    IMG_BITMAP *src = imgCreateBitmap(IMG_GREY, 2, 2);
+    src->BitsPerComponent = 16;
+    src->Data[0] = 3;
+    IMG_BITMAP *marker = reinterpret_cast<IMG_BITMAP *>(0x1234);
+    IMG_BITMAP *dst = marker;
+    EXPECT_EQ(imgNegative(src, &dst), IMG_ERROR_BAD_PARAMETERS);
+    EXPECT_EQ(dst, marker);
+    EXPECT_EQ(src->Data[0], 3);
+    EXPECT_EQ(src->BitsPerComponent, 16);
+    EXPECT_EQ(imgNegative(nullptr, nullptr), IMG_ERROR_BAD_PARAMETERS);
+    imgFreeBitmap(src);
+}
+
+// A rejected operation: in place the result is still IMG_NO_ERROR and the
+// pixels stay; with a destination, *dst is null and the code says why.
+TEST(Frame, RejectedOperationInPlaceAndWithDestination) {
+    IMG_BITMAP *src = imgCreateBitmap(IMG_RGB, 2, 2);
+    src->BytesPerPixel = 4;  // inconsistent with RGB: refused by the operation
+    src->Data[0] = 1;
+    EXPECT_EQ(imgNegative(src, nullptr), IMG_NO_ERROR);
+    EXPECT_EQ(src->Data[0], 1);
+    IMG_BITMAP *dst = src + 1;  // anything but src
+    EXPECT_EQ(imgNegative(src, &dst), IMG_ERROR_BAD_PARAMETERS);
+    EXPECT_EQ(dst, nullptr);
+    src->BytesPerPixel = 3;
+    imgFreeBitmap(src);
+}
+
+TEST(Frame, BinaryBitmapsAreNegatedBitwise) {
+    IMG_BITMAP *src = imgCreateBitmap(IMG_BINARY, 10, 1);
+    src->Data[0] = 0xF0;
+    src->Data[1] = 0x40;
+    ASSERT_EQ(imgNegative(src, nullptr), IMG_NO_ERROR);
+    EXPECT_EQ(src->Data[0], 0x0F);
+    EXPECT_EQ(src->Data[1] & 0xC0, 0x80);
+    imgFreeBitmap(src);
+}
+
+}  // namespace
