@@ -48,10 +48,11 @@ void MapPixels(IMF_BITMAP *b, const IMF_RECT &r, const TUbyte *t0, const TUbyte 
         const std::size_t n = static_cast<std::size_t>(r.width);
         if (bpp == 4) {
             if (invert) InvertQuads(row, n);
+            else if (single) LutQuadsOne(row, n, t0);
             else LutQuads(row, n, t0, t1, t2);
         } else if (single) {
             if (invert) InvertBytes(row, n * bpp);
-            else LutBytes(row, n * bpp, t0);
+            else LutBytesOne(row, n * bpp, t0);
         } else if (bpp == 3) {
             LutTriples(row, n, t0, t1, t2);
         } else {

@@ -13,6 +13,10 @@ void LutQuads(uint8_t *p, std::size_t n, const uint8_t *t0, const uint8_t *t1, c
 // Byte k of each of n 3-byte pixels through tk.
 void LutTriples(uint8_t *p, std::size_t n, const uint8_t *t0, const uint8_t *t1, const uint8_t *t2);
 
+// The same with one table, through vectors where the machine has them.
+void LutBytesOne(uint8_t *p, std::size_t n, const uint8_t *t);
+void LutQuadsOne(uint8_t *p, std::size_t n, const uint8_t *t);
+
 // Vector kernels for the complement table (v -> 255 - v): n bytes all
 // inverted, or n 4-byte pixels with bytes 0..2 inverted and byte 3 kept.
 void InvertBytes(uint8_t *p, std::size_t n);
