@@ -6,6 +6,7 @@
 #include <functional>
 #include <random>
 #include <string>
+#include <vector>
 
 #include "filters/linear_rows.h"
 #include "libformat.h"
@@ -414,6 +415,32 @@ TEST(LinearFilters, PublicEntryPointsInPlaceAndWithDestination) {
     g->BitsPerComponent = 16;
     EXPECT_EQ(imgBlur(g, nullptr, 50), IMG_ERROR_BAD_PARAMETERS);
     imgFreeBitmap(g);
+}
+
+}  // namespace
+
+namespace {
+
+// The truncated product with the reciprocal equals the truncated quotient
+// for every numerator the vector paths can meet (|a| + |d| <= 2^22); only
+// numerators next to a multiple of d can go wrong, so those are all tried.
+TEST(LinearFilters, ReciprocalProductTruncatesLikeTheQuotient) {
+    std::mt19937 rng(40);
+    std::vector<int64_t> divisors;
+    for (int64_t d = 1; d <= 64; ++d) divisors.push_back(d);
+    for (int r = 0; r < 100; ++r) divisors.push_back(std::uniform_int_distribution<int64_t>(65, 1 << 21)(rng));
+    const int64_t limit = int64_t{1} << 22;
+    for (int64_t d : divisors) {
+        for (int64_t sd : {d, -d}) {
+            const float c = imge::RecipOf(sd);
+            for (int64_t k = 0; k * d <= limit; ++k)
+                for (int64_t a : {k * d - 1, k * d, k * d + 1, -k * d - 1, -k * d, -k * d + 1}) {
+                    if ((a < 0 ? -a : a) + d > limit) continue;
+                    volatile float x = static_cast<float>(a) * c;
+                    ASSERT_EQ(static_cast<int64_t>(static_cast<int32_t>(x)), a / sd) << a << " / " << sd;
+                }
+        }
+    }
 }
 
 }  // namespace

@@ -1,5 +1,8 @@
 #include "filters/linear_rows.h"
 
+#include <cmath>
+#include <initializer_list>
+
 namespace imge {
 namespace {
 
@@ -29,17 +32,71 @@ void LinearPlan::Add(int k, int j, int64_t w) {
     tap[n_taps++] = LinearTap{k, j, w};
 }
 
-void LinearPlan::Finish() {
-    int64_t total = 0;
-    bool big = false;
-    for (int t = 0; t < n_taps; ++t) {
-        const int64_t a = tap[t].w < 0 ? -tap[t].w : tap[t].w;
-        if (a >= (int64_t{1} << 24)) big = true;
-        else total += a;
+float RecipOf(int64_t d) {
+    const int64_t a = d < 0 ? -d : d;
+    float c = static_cast<float>(1.0 / static_cast<double>(a));
+    while (static_cast<double>(c) * static_cast<double>(a) < 1.0) c = std::nextafter(c, 2.0f);
+    return d < 0 ? -c : c;
+}
+
+namespace {
+
+int64_t Gcd(int64_t a, int64_t b) {
+    while (b) {
+        const int64_t t = a % b;
+        a = b;
+        b = t;
     }
-    const int64_t d = divisor < 0 ? -divisor : divisor;
-    const int64_t b = bias < 0 ? -bias : bias;
-    fits_float = !big && total * 255 < (int64_t{1} << 24) && d < (int64_t{1} << 24) && b < (int64_t{1} << 24);
+    return a;
+}
+
+int64_t Abs(int64_t v) { return v < 0 ? -v : v; }
+
+}  // namespace
+
+void LinearPlan::Finish() {
+    mode = kPlain;
+    constexpr int64_t kLimit = int64_t{1} << 22;
+    int64_t total = 0;
+    for (int t = 0; t < n_taps; ++t) {
+        total += Abs(tap[t].w);
+        if (total > kLimit) return;
+    }
+    if (255 * total + Abs(divisor) > kLimit || Abs(bias) >= kLimit) return;
+    recip = RecipOf(divisor);
+    mode = kFloat;
+
+    // The 16-bit form: all taps over their common divisor, or all but the
+    // largest over theirs.
+    int largest = -1;
+    for (int t = 0; t < n_taps; ++t)
+        if (largest < 0 || Abs(tap[t].w) > Abs(tap[largest].w)) largest = t;
+    for (int leave : {-1, largest}) {
+        if (leave >= 0 && n_taps < 2) break;
+        int64_t g = 0, sum = 0;
+        for (int t = 0; t < n_taps; ++t)
+            if (t != leave) g = Gcd(g, Abs(tap[t].w));
+        if (g == 0) g = 1;
+        for (int t = 0; t < n_taps; ++t)
+            if (t != leave) sum += Abs(tap[t].w) / g;
+        if (255 * sum > 32767) continue;
+        mode = kShort;
+        scale = static_cast<int32_t>(g);
+        lone = leave;
+        n_short = n_plus = n_minus = 0;
+        for (int pass = 0; pass < 3; ++pass)
+            for (int t = 0; t < n_taps; ++t) {
+                if (t == leave) continue;
+                const int64_t w = tap[t].w / g;
+                if ((pass == 0 && w == 1) || (pass == 1 && w == -1) || (pass == 2 && w != 1 && w != -1)) {
+                    short_tap[n_short] = t;
+                    short_w[n_short++] = static_cast<int16_t>(w);
+                    n_plus += pass == 0;
+                    n_minus += pass == 1;
+                }
+            }
+        return;
+    }
 }
 
 void LinearRowPlain(const LinearPlan &plan, const uint8_t *const *slots, int bpp, int begin, int end, uint8_t *out) {

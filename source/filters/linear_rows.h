@@ -23,28 +23,47 @@ struct LinearPlan {
     LinearTap tap[kMaxTaps];
     int64_t divisor = 1;  // never 0
     int64_t bias = 0;
-    // True when every partial sum, the divisor and so the quotient are exact
-    // in single precision (255 * sum of |w| and |divisor| below 2^24): the
-    // vector path then computes in floats and gives the same bytes.
-    bool fits_float = false;
 
     // Adds a tap (zero weights are dropped).
     void Add(int k, int j, int64_t w);
-    // Decides fits_float; call after the last Add.
+    // Chooses the vector form below; call after the last Add.
     void Finish();
+
+    // ---- The vector form, chosen by Finish() ----------------------------------
+    // kPlain: 64-bit scalar code only.
+    // kFloat: the weighted sum in single precision, the quotient as a product
+    //   with `recip`. Exact while 255 * sum|w| + |divisor| <= 2^22: every
+    //   partial sum is an integer below 2^24, and with recip the smallest float
+    //   not below 1/|divisor| the truncated product is the truncated quotient.
+    // kShort: the sum of the `short` taps (weights w / scale) in 16-bit lanes
+    //   (exact while 255 * sum|w / scale| <= 32767), times scale, plus the
+    //   one tap left out (`lone`), then as kFloat.
+    enum Mode { kPlain, kFloat, kShort };
+    Mode mode = kPlain;
+    int n_short = 0;
+    int short_tap[kMaxTaps] = {};  // indices into tap[], +1 weights, then -1, then others
+    int16_t short_w[kMaxTaps] = {};
+    int n_plus = 0, n_minus = 0;
+    int32_t scale = 1;
+    int lone = -1;  // index into tap[], or -1
+    float recip = 1.0f;
 };
 
 // The plan's formula for every byte, in 64-bit integers.
 void LinearRowPlain(const LinearPlan &plan, const uint8_t *const *slots, int bpp, int begin, int end, uint8_t *out);
-// The same, through vectors when the plan fits floats and scalar code is not forced.
+// The same, through vectors when the plan has a vector form and scalar code is not forced.
 void LinearRow(const LinearPlan &plan, const uint8_t *const *slots, int bpp, int begin, int end, uint8_t *out);
 
 // imfSharpen: v = (100 * C - (p * S8) / 8) / d, clamped (3 x 3, C = s(1, 1),
 // S8 the eight neighbours).
 void SharpenRowPlain(int64_t p, int64_t d, const uint8_t *const *slots, int bpp, int begin, int end, uint8_t *out);
 void SharpenRow(int64_t p, int64_t d, const uint8_t *const *slots, int bpp, int begin, int end, uint8_t *out);
-// Percentages whose arithmetic the vector path reproduces exactly.
+// Percentages whose arithmetic the vector path reproduces exactly
+// (|p * S8| < 2^24, |100 * C - (p * S8) / 8| + |d| <= 2^22).
 inline bool SharpenFitsFloat(int64_t p) { return p >= -8000 && p <= 8000; }
+// The smallest float not below 1/|d|, with d's sign: for integers a with
+// |a| + |d| <= 2^22, a * RecipOf(d) truncates to a / d (truncated).
+float RecipOf(int64_t d);
 
 // Box mean by running sums: col[i] += add[i] - sub[i] (16-bit column sums).
 void ColumnUpdate(uint16_t *col, const uint8_t *add, const uint8_t *sub, std::size_t n);
