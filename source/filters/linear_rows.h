@@ -79,4 +79,11 @@ inline uint64_t DivisionMagic(uint32_t d) { return ((uint64_t{1} << 32) + d - 1)
 // j = 0 .. n - 1) / (n * n), by a running sum along each byte position.
 void BoxRow(const uint16_t *col, int n, int bpp, int begin, int end, uint64_t magic, uint8_t *out);
 
+// BoxRow through vectors: running totals along each byte position and
+// their differences. scratch holds kBoxScratchLead + (width + 2 * (n >> 1))
+// * bpp values.
+constexpr int kBoxScratchLead = 8;
+void BoxRowFast(const uint16_t *col, int n, int bpp, int begin, int end, uint64_t magic, uint16_t *scratch,
+                uint8_t *out);
+
 }  // namespace imge

@@ -28,6 +28,8 @@ int LinearShortVec(const int16_t *, const uint8_t *const *, int, int, int, int32
     return begin;
 }
 int SharpenRowVec(float, float, bool, const uint8_t *const *, int, int begin, int, uint8_t *) { return begin; }
+int BoxPrefixVec(const uint16_t *, int, int, uint16_t *) { return 0; }
+int BoxDiffVec(const uint16_t *, int, int, float, int, uint8_t *) { return 0; }
 #else
 
 // Each returns the first byte position left for the caller.
@@ -136,6 +138,69 @@ int SharpenRowVec(float p, float recip, bool divide, const uint8_t *const *HWY_R
     return i;
 }
 
+// Box mean along a row from the column sums, in two passes that do not
+// depend on the box size: running totals along each byte position
+// (q[t] = col[t] + q[t - bpp], modulo 2^16; q[-bpp .. -1] are 0), then
+// each window as the difference of two totals (exact modulo 2^16, since a
+// window's sum is below 2^16), divided by n * n through the reciprocal.
+template <int kBpp>
+int PrefixBlocks(const uint16_t *HWY_RESTRICT col, int count, uint16_t *HWY_RESTRICT q) {
+    const hn::Full128<uint16_t> d;
+    const hn::Full128<uint8_t> d8;
+    // Lane i of a block continues the total of lane 8 - kBpp + i % kBpp of
+    // the block before.
+    HWY_ALIGN uint8_t idx[16];
+    for (int i = 0; i < 8; ++i) {
+        const int j = 8 - kBpp + i % kBpp;
+        idx[2 * i] = static_cast<uint8_t>(2 * j);
+        idx[2 * i + 1] = static_cast<uint8_t>(2 * j + 1);
+    }
+    const auto carry_idx = hn::Load(d8, idx);
+    auto prev = hn::Zero(d);
+    int t = 0;
+    for (; t + 8 <= count; t += 8) {
+        auto x = hn::LoadU(d, col + t);
+        x = hn::Add(x, hn::ShiftLeftLanes<kBpp>(d, x));
+        if (2 * kBpp < 8) x = hn::Add(x, hn::ShiftLeftLanes<(2 * kBpp) % 8>(d, x));
+        if (4 * kBpp < 8) x = hn::Add(x, hn::ShiftLeftLanes<(4 * kBpp) % 8>(d, x));
+        x = hn::Add(x, hn::BitCast(d, hn::TableLookupBytes(hn::BitCast(d8, prev), carry_idx)));
+        hn::StoreU(x, d, q + t);
+        prev = x;
+    }
+    return t;
+}
+
+int BoxPrefixVec(const uint16_t *HWY_RESTRICT col, int bpp, int count, uint16_t *HWY_RESTRICT q) {
+    switch (bpp) {
+        case 1: return PrefixBlocks<1>(col, count, q);
+        case 3: return PrefixBlocks<3>(col, count, q);
+        case 4: return PrefixBlocks<4>(col, count, q);
+        default: return 0;
+    }
+}
+
+int BoxDiffVec(const uint16_t *HWY_RESTRICT q, int span, int bpp, float recip, int count, uint8_t *HWY_RESTRICT out) {
+    const hn::ScalableTag<uint16_t> d16;
+    const hn::Half<decltype(d16)> dh;
+    const hn::Rebind<int32_t, decltype(dh)> d32;
+    const hn::Rebind<float, decltype(d32)> df;
+    const hn::Rebind<uint8_t, decltype(d32)> d8h;
+    const int L = static_cast<int>(hn::Lanes(d16));
+    const int H = static_cast<int>(hn::Lanes(d32));
+    const auto vrecip = hn::Set(df, recip);
+    int t = 0;
+    for (; t + L <= count; t += L) {
+        const auto w = hn::Sub(hn::LoadU(d16, q + t + span), hn::LoadU(d16, q + t - bpp));
+        auto finish = [&](hn::Vec<decltype(d32)> v, int pos) {
+            const auto m = hn::ConvertTo(d32, hn::Mul(hn::ConvertTo(df, v), vrecip));
+            hn::StoreU(hn::DemoteTo(d8h, m), d8h, out + pos);
+        };
+        finish(hn::PromoteTo(d32, hn::LowerHalf(dh, w)), t);
+        finish(hn::PromoteTo(d32, hn::UpperHalf(dh, w)), t + H);
+    }
+    return t;
+}
+
 #endif  // HWY_TARGET == HWY_SCALAR
 
 void ColumnUpdateVec(uint16_t *HWY_RESTRICT col, const uint8_t *HWY_RESTRICT add, const uint8_t *HWY_RESTRICT sub,
@@ -161,6 +226,25 @@ HWY_EXPORT(LinearFloatVec);
 HWY_EXPORT(LinearShortVec);
 HWY_EXPORT(SharpenRowVec);
 HWY_EXPORT(ColumnUpdateVec);
+HWY_EXPORT(BoxPrefixVec);
+HWY_EXPORT(BoxDiffVec);
+
+void BoxRowFast(const uint16_t *col, int n, int bpp, int begin, int end, uint64_t magic, uint16_t *scratch,
+                uint8_t *out) {
+    if (begin >= end) return;
+    if (ScalarForced()) return BoxRow(col, n, bpp, begin, end, magic, out);
+    const int span = (n - 1) * bpp;
+    const int count = end - begin;
+    const int total = count + span;
+    uint16_t *q = scratch + kBoxScratchLead;
+    for (int t = -bpp; t < 0; ++t) q[t] = 0;
+    const uint16_t *c = col + begin;
+    int t = HWY_DYNAMIC_DISPATCH(BoxPrefixVec)(c, bpp, total, q);
+    for (; t < total; ++t) q[t] = static_cast<uint16_t>(c[t] + q[t - bpp]);
+    t = HWY_DYNAMIC_DISPATCH(BoxDiffVec)(q, span, bpp, RecipOf(n * n), count, out + begin);
+    for (; t < count; ++t)
+        out[begin + t] = static_cast<uint8_t>((static_cast<uint16_t>(q[t + span] - q[t - bpp]) * magic) >> 32);
+}
 
 void LinearRow(const LinearPlan &plan, const uint8_t *const *slots, int bpp, int begin, int end, uint8_t *out) {
     if (plan.mode == LinearPlan::kPlain || ScalarForced()) return LinearRowPlain(plan, slots, bpp, begin, end, out);
