@@ -34,9 +34,12 @@ void LinearPlan::Add(int k, int j, int64_t w) {
 
 float RecipOf(int64_t d) {
     const int64_t a = d < 0 ? -d : d;
-    float c = static_cast<float>(1.0 / static_cast<double>(a));
-    while (static_cast<double>(c) * static_cast<double>(a) < 1.0) c = std::nextafter(c, 2.0f);
-    return d < 0 ? -c : c;
+    // volatile: the comparison must see the value rounded to float, also
+    // where the compiler would keep more precision (x87).
+    volatile float c = static_cast<float>(1.0 / static_cast<double>(a));
+    while (static_cast<double>(c) * static_cast<double>(a) < 1.0) c = std::nextafter(static_cast<float>(c), 2.0f);
+    const float r = c;
+    return d < 0 ? -r : r;
 }
 
 namespace {
