@@ -42,6 +42,19 @@ float RecipOf(int64_t d) {
     return d < 0 ? -r : r;
 }
 
+LinearPlan::Div16 MakeDiv16(uint32_t d) {
+    LinearPlan::Div16 v;
+    int s = 0;
+    while ((uint32_t{1} << (s + 1)) < d) ++s;  // 2^s < d <= 2^(s+1), or d <= 2
+    if ((d & (d - 1)) == 0) {
+        while ((uint32_t{1} << v.shift) < d) ++v.shift;
+        return v;
+    }
+    v.magic = static_cast<uint16_t>(((uint64_t{1} << (16 + s)) + d - 1) / d);
+    v.shift = s;
+    return v;
+}
+
 namespace {
 
 int64_t Gcd(int64_t a, int64_t b) {
@@ -98,6 +111,8 @@ void LinearPlan::Finish() {
                     n_minus += pass == 1;
                 }
             }
+        short_divide = divisor != 1 && scale == 1 && lone < 0 && Abs(divisor) < 32768 && Abs(bias) < 32768;
+        if (short_divide) div16 = MakeDiv16(static_cast<uint32_t>(Abs(divisor)));
         return;
     }
 }

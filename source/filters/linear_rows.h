@@ -47,6 +47,30 @@ struct LinearPlan {
     int32_t scale = 1;
     int lone = -1;  // index into tap[], or -1
     float recip = 1.0f;
+    // kShort with scale 1, no lone tap and |divisor| < 2^15: the quotient in
+    // 16-bit lanes as sign * (|sum| / |divisor|), the division by div16.
+    bool short_divide = false;
+    struct Div16 {
+        uint16_t magic = 0;  // 0: a plain shift
+        int shift = 0;
+    } div16;
+};
+
+// floor(x / d) for 0 <= x < 2^15 and 1 <= d < 2^15 as a 16-bit multiply-high
+// and a shift (d a power of two: the shift alone). With 2^s < d <= 2^(s+1)
+// and magic = ceil(2^(16+s) / d) < 2^16, the error term x * (magic * d -
+// 2^(16+s)) stays below 2^(16+s), so the result is exact.
+LinearPlan::Div16 MakeDiv16(uint32_t d);
+inline uint32_t ApplyDiv16(const LinearPlan::Div16 &v, uint32_t x) {
+    return v.magic ? ((x * v.magic) >> 16) >> v.shift : x >> v.shift;
+}
+
+// What the 16-bit vector path needs of a kShort plan's division.
+struct ShortDivide {
+    bool on = false;
+    uint16_t magic = 0;
+    int shift = 0;
+    bool negative = false;  // divisor < 0
 };
 
 // The plan's formula for every byte, in 64-bit integers.

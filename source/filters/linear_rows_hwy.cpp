@@ -24,7 +24,7 @@ int LinearFloatVec(const float *, const uint8_t *const *, int, float, bool, int3
     return begin;
 }
 int LinearShortVec(const int16_t *, const uint8_t *const *, int, int, int, int32_t, const uint8_t *, int32_t, float,
-                   bool, int32_t, int begin, int, uint8_t *) {
+                   bool, int32_t, const ShortDivide &, int begin, int, uint8_t *) {
     return begin;
 }
 int SharpenRowVec(float, float, bool, const uint8_t *const *, int, int begin, int, uint8_t *) { return begin; }
@@ -72,7 +72,7 @@ HWY_INLINE hn::Vec<D16> ShortSum(D16 d16, D8 d8, const int16_t *HWY_RESTRICT w, 
 
 int LinearShortVec(const int16_t *HWY_RESTRICT w, const uint8_t *const *HWY_RESTRICT base, int n_plus, int n_minus,
                    int n_short, int32_t scale, const uint8_t *lone_base, int32_t lone_w, float recip, bool divide,
-                   int32_t bias, int begin, int end, uint8_t *HWY_RESTRICT out) {
+                   int32_t bias, const ShortDivide &sd, int begin, int end, uint8_t *HWY_RESTRICT out) {
     const hn::ScalableTag<int16_t> d16;
     const hn::Rebind<uint8_t, decltype(d16)> d8;
     const hn::Half<decltype(d16)> dh;
@@ -81,14 +81,25 @@ int LinearShortVec(const int16_t *HWY_RESTRICT w, const uint8_t *const *HWY_REST
     const hn::Rebind<uint8_t, decltype(d32)> d8h;
     const int L = static_cast<int>(hn::Lanes(d16));
     const int H = static_cast<int>(hn::Lanes(d32));
-    const bool direct = scale == 1 && !lone_base && !divide && bias >= -32768 && bias <= 32767;
+    const bool direct = scale == 1 && !lone_base && bias >= -32768 && bias <= 32767 && (!divide || sd.on);
     const auto vbias16 = hn::Set(d16, static_cast<int16_t>(direct ? bias : 0));
+    const hn::RebindToUnsigned<decltype(d16)> du16;
+    const auto vmagic = hn::Set(du16, sd.magic);
+    const auto vneg = hn::Set(d16, static_cast<int16_t>(sd.negative ? -1 : 0));
     const auto vbias = hn::Set(d32, bias), vscale = hn::Set(d32, scale), vlone = hn::Set(d32, lone_w);
     const auto vrecip = hn::Set(df, recip);
     int i = begin;
     for (; i + L <= end; i += L) {
-        const auto acc = ShortSum(d16, d8, w, base, n_plus, n_minus, n_short, i);
+        auto acc = ShortSum(d16, d8, w, base, n_plus, n_minus, n_short, i);
         if (direct) {
+            if (divide) {
+                // sign * floor(|sum| / |divisor|), sign that of sum / divisor.
+                auto x = hn::BitCast(du16, hn::Abs(acc));
+                if (sd.magic) x = hn::MulHigh(x, vmagic);
+                x = hn::ShiftRightSame(x, sd.shift);
+                const auto sign = hn::Xor(hn::ShiftRight<15>(acc), vneg);  // 0 or -1
+                acc = hn::Sub(hn::Xor(hn::BitCast(d16, x), sign), sign);
+            }
             hn::StoreU(hn::DemoteTo(d8, hn::SaturatedAdd(acc, vbias16)), d8, out + i);
             continue;
         }
@@ -271,9 +282,14 @@ void LinearRow(const LinearPlan &plan, const uint8_t *const *slots, int bpp, int
             lone_base = slots[t.k] + t.j * bpp;
             lone_w = static_cast<int32_t>(t.w);
         }
+        ShortDivide sd;
+        sd.on = plan.short_divide;
+        sd.magic = plan.div16.magic;
+        sd.shift = plan.div16.shift;
+        sd.negative = plan.divisor < 0;
         done = HWY_DYNAMIC_DISPATCH(LinearShortVec)(plan.short_w, base, plan.n_plus, plan.n_minus, plan.n_short,
-                                                    plan.scale, lone_base, lone_w, plan.recip, divide, bias, begin,
-                                                    end, out);
+                                                    plan.scale, lone_base, lone_w, plan.recip, divide, bias, sd,
+                                                    begin, end, out);
     }
     if (done < end) LinearRowPlain(plan, slots, bpp, done, end, out);
 }
