@@ -66,11 +66,11 @@ void RunKernel(Kernel kind, const IMF_BITMAP &src, int n, IMF_BITMAP *out) {
             std::vector<uint8_t *> outs(n);
             std::vector<const uint8_t *> ins(n);
             for (int r = 0; r < n; ++r) ins[r] = outs[r] = sorted[r].data();
-            imge::RunNet(colsort, slots.data(), bpp, static_cast<std::size_t>(len), outs.data());
-            imge::RunNet(select, ins.data(), bpp, static_cast<std::size_t>(end), &o);
+            imge::RunNet(colsort, imge::kNetColumnSort, n, slots.data(), bpp, static_cast<std::size_t>(len), outs.data());
+            imge::RunNet(select, imge::kNetBoxSelect, n, ins.data(), bpp, static_cast<std::size_t>(end), &o);
             break;
         }
-        case Kernel::kCross: imge::RunNet(select, slots.data(), bpp, static_cast<std::size_t>(end), &o); break;
+        case Kernel::kCross: imge::RunNet(select, imge::kNetCrossSelect, n, slots.data(), bpp, static_cast<std::size_t>(end), &o); break;
         case Kernel::kGauss: imge::GaussRow(w, slots.data(), bpp, 0, end, fscratch.data(), o); break;
         }
     }

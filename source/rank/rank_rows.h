@@ -34,12 +34,12 @@ struct NetProgram {
     static constexpr int kMaxWires = 64;
     static constexpr int kMaxOps = 1100;
     int n_inputs = 0;
-    NetInput input[kMaxWires];
-    uint8_t input_reg[kMaxWires];  // register of each input, 255 when unused
+    NetInput input[kMaxWires] = {};
+    uint8_t input_reg[kMaxWires] = {};  // register of each input, 255 when unused
     int n_outputs = 0;
-    uint8_t output_reg[kMaxWires];
+    uint8_t output_reg[kMaxWires] = {};
     int n_ops = 0;
-    NetOp op[kMaxOps];
+    NetOp op[kMaxOps] = {};
     int n_regs = 0;
 };
 
@@ -54,9 +54,13 @@ void BuildBoxSelect(int n, NetProgram *p);
 // every slot but slot n/2, and every column of slot n/2.
 void BuildCrossSelect(int n, NetProgram *p);
 
-// Runs a program for positions 0 .. count - 1: input q reads
-// rows[input.row][pos + input.column * bpp]; output r is written to outs[r][pos].
-void RunNet(const NetProgram &p, const uint8_t *const *rows, int bpp, std::size_t count, uint8_t *const *outs);
+// Runs program p, built by the builder `kind` for size n, for positions
+// 0 .. count - 1: input q reads rows[input.row][pos + input.column * bpp];
+// output r is written to outs[r][pos]. Outputs must not alias inputs. The
+// vector path runs the same network compiled for that kind and size.
+enum NetKind { kNetColumnSort, kNetBoxSelect, kNetCrossSelect };
+void RunNet(const NetProgram &p, int kind, int n, const uint8_t *const *rows, int bpp, std::size_t count,
+            uint8_t *const *outs);
 
 // ---- Median by a sliding histogram -----------------------------------------------
 // The ((n * n) >> 1)-th smallest of each n x n neighbourhood, one histogram

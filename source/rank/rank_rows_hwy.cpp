@@ -7,9 +7,29 @@
 #include <hwy/highway.h>
 
 #include <cstring>
+#include <utility>
 
 #include "core/dispatch.h"
+#include "rank/net_build.h"
 #include "rank/rank_rows.h"
+
+#ifndef IMGE_RANK_FIXED_NETS
+#define IMGE_RANK_FIXED_NETS
+namespace imge {
+namespace nets {
+// The networks of every size, built by the compiler.
+template <int n>
+struct Box {
+    static constexpr NetProgram kSort = net::ColumnSort(n);
+    static constexpr NetProgram kSelect = net::BoxSelect(n);
+};
+template <int n>
+struct Cross {
+    static constexpr NetProgram kSelect = net::CrossSelect(n);
+};
+}  // namespace nets
+}  // namespace imge
+#endif
 
 HWY_BEFORE_NAMESPACE();
 namespace imge {
@@ -68,46 +88,81 @@ void MinMaxRowVec(bool is_max, const uint8_t *const *slots, int n, int bpp, int 
         MinMaxImpl<false>(slots, n, bpp, begin, end, scratch, out);
 }
 
-// Interprets the network on kUnroll vectors at a time, so that decoding an
-// operation is paid once per kUnroll * Lanes positions.
-std::size_t RunNetVec(const NetProgram &p, const uint8_t *const *rows, int bpp, std::size_t count,
-                      uint8_t *const *outs) {
-    const hn::ScalableTag<uint8_t> d;
-    const std::size_t L = hn::Lanes(d);
-    constexpr std::size_t kUnroll = 4;
-    using V = decltype(hn::Zero(d));
-    const std::size_t block = kUnroll * L;
-    if (count < block) return 0;
-    // Registers live in memory (an L1-resident array); the interpreter loop
-    // loads two operands and stores one result per operation and vector.
-    HWY_ALIGN uint8_t regs[256 * kUnroll * HWY_MAX_BYTES];
-    auto R = [&](int r, std::size_t u) { return regs + (static_cast<std::size_t>(r) * kUnroll + u) * L; };
-    std::size_t pos = 0;
-    for (; pos + block <= count; pos += block) {
-        for (int q = 0; q < p.n_inputs; ++q) {
-            if (p.input_reg[q] == 255) continue;
-            const uint8_t *src = rows[p.input[q].row] + pos + static_cast<std::size_t>(p.input[q].column) * bpp;
-            for (std::size_t u = 0; u < kUnroll; ++u) hn::Store(hn::LoadU(d, src + u * L), d, R(p.input_reg[q], u));
-        }
-        for (int o = 0; o < p.n_ops; ++o) {
-            const NetOp op = p.op[o];
-            if (op.is_max) {
-                for (std::size_t u = 0; u < kUnroll; ++u) {
-                    const V a = hn::Load(d, R(op.a, u)), b = hn::Load(d, R(op.b, u));
-                    hn::Store(hn::Max(a, b), d, R(op.dst, u));
-                }
-            } else {
-                for (std::size_t u = 0; u < kUnroll; ++u) {
-                    const V a = hn::Load(d, R(op.a, u)), b = hn::Load(d, R(op.b, u));
-                    hn::Store(hn::Min(a, b), d, R(op.dst, u));
-                }
-            }
-        }
-        for (int k = 0; k < p.n_outputs; ++k)
-            for (std::size_t u = 0; u < kUnroll; ++u)
-                hn::StoreU(hn::Load(d, R(p.output_reg[k], u)), d, outs[k] + pos + u * L);
+// A fixed network unrolled into straight-line code: every register index is
+// a compile-time constant, so the registers live in vector registers (or
+// spill slots) instead of being looked up per operation.
+template <const NetProgram &P>
+struct FixedNet {
+    template <class D, class V, std::size_t... I>
+    static HWY_INLINE void Load(D d, V *r, const uint8_t *const *rows, std::size_t pos, int bpp,
+                                std::index_sequence<I...>) {
+        ((P.input_reg[I] != 255
+              ? (void)(r[P.input_reg[I]] =
+                           hn::LoadU(d, rows[P.input[I].row] + pos + static_cast<std::size_t>(P.input[I].column) * bpp))
+              : (void)0),
+         ...);
     }
-    return pos;
+    template <std::size_t I, class V>
+    static HWY_INLINE void Op(V *r) {
+        constexpr NetOp o = P.op[I];
+        if constexpr (o.is_max != 0)
+            r[o.dst] = hn::Max(r[o.a], r[o.b]);
+        else
+            r[o.dst] = hn::Min(r[o.a], r[o.b]);
+    }
+    template <class V, std::size_t... I>
+    static HWY_INLINE void Ops(V *r, std::index_sequence<I...>) {
+        (Op<I>(r), ...);
+    }
+    template <class D, class V, std::size_t... I>
+    static HWY_INLINE void Store(D d, const V *r, uint8_t *const *outs, std::size_t pos, std::index_sequence<I...>) {
+        (hn::StoreU(r[P.output_reg[I]], d, outs[I] + pos), ...);
+    }
+
+    static std::size_t Run(const uint8_t *const *rows, int bpp, std::size_t count, uint8_t *const *outs) {
+        const hn::ScalableTag<uint8_t> d;
+        using V = decltype(hn::Zero(d));
+        const std::size_t L = hn::Lanes(d);
+        if (count < L) return 0;
+        V r[P.n_regs];
+        auto step = [&](std::size_t pos) HWY_ATTR {
+            Load(d, r, rows, pos, bpp, std::make_index_sequence<P.n_inputs>());
+            Ops(r, std::make_index_sequence<P.n_ops>());
+            Store(d, r, outs, pos, std::make_index_sequence<P.n_outputs>());
+        };
+        std::size_t pos = 0;
+        for (; pos + L <= count; pos += L) step(pos);
+        // The last positions once more in a vector that overlaps the previous
+        // one: outputs never alias inputs, so recomputing them is harmless.
+        if (pos < count) step(count - L);
+        return count;
+    }
+};
+
+std::size_t RunNetVec(int kind, int n, const uint8_t *const *rows, int bpp, std::size_t count,
+                      uint8_t *const *outs) {
+    using nets::Box;
+    using nets::Cross;
+#define IMGE_BOX(N)                                                            \
+    case N:                                                                    \
+        return kind == kNetColumnSort ? FixedNet<Box<N>::kSort>::Run(rows, bpp, count, outs) \
+                                      : FixedNet<Box<N>::kSelect>::Run(rows, bpp, count, outs);
+#define IMGE_CROSS(N) \
+    case N:           \
+        return FixedNet<Cross<N>::kSelect>::Run(rows, bpp, count, outs);
+    if (kind == kNetCrossSelect) {
+        switch (n) {
+            IMGE_CROSS(2) IMGE_CROSS(3) IMGE_CROSS(4) IMGE_CROSS(5) IMGE_CROSS(6) IMGE_CROSS(7) IMGE_CROSS(8)
+            IMGE_CROSS(9) IMGE_CROSS(10) IMGE_CROSS(11) IMGE_CROSS(12) IMGE_CROSS(13) IMGE_CROSS(14) IMGE_CROSS(15)
+        default: return 0;
+        }
+    }
+    switch (n) {
+        IMGE_BOX(2) IMGE_BOX(3) IMGE_BOX(4) IMGE_BOX(5) IMGE_BOX(6) IMGE_BOX(7) IMGE_BOX(8)
+    default: return 0;
+    }
+#undef IMGE_BOX
+#undef IMGE_CROSS
 }
 
 void GaussRowVec(const GaussWeights &w, const uint8_t *const *slots, int bpp, int begin, int end,
@@ -164,9 +219,10 @@ void MinMaxRow(bool is_max, const uint8_t *const *slots, int n, int bpp, int beg
     HWY_DYNAMIC_DISPATCH(MinMaxRowVec)(is_max, slots, n, bpp, begin, end, scratch, out);
 }
 
-void RunNet(const NetProgram &p, const uint8_t *const *rows, int bpp, std::size_t count, uint8_t *const *outs) {
+void RunNet(const NetProgram &p, int kind, int n, const uint8_t *const *rows, int bpp, std::size_t count,
+            uint8_t *const *outs) {
     std::size_t done = 0;
-    if (!ScalarForced()) done = HWY_DYNAMIC_DISPATCH(RunNetVec)(p, rows, bpp, count, outs);
+    if (!ScalarForced()) done = HWY_DYNAMIC_DISPATCH(RunNetVec)(kind, n, rows, bpp, count, outs);
     RunNetScalar(p, rows, bpp, done, count, outs);
 }
 
