@@ -1,5 +1,7 @@
 #include "rank/rank_kernels.h"
 
+#include <cstring>
+
 namespace imge {
 namespace {
 
@@ -12,11 +14,35 @@ std::size_t ExtendedBytes(int width, int bpp, int n) {
 
 bool MinMaxKernel::Prepare(int width, int bpp) {
     bpp_ = bpp;
-    return scratch_.Allocate(ExtendedBytes(width, bpp, n_));
+    stride_ = ExtendedBytes(width, bpp, n_);
+    if (!scratch_.Allocate(stride_)) return false;
+    return n_ < kBlockSide || blocks_.Allocate(stride_ * (static_cast<std::size_t>(n_) + 1));
 }
 
 void MinMaxKernel::Row(const uint8_t *const *slots, int begin, int end, uint8_t *out) {
-    MinMaxRow(is_max_, slots, n_, bpp_, begin, end, scratch_.get(), out);
+    if (n_ < kBlockSide) return MinMaxRow(is_max_, slots, n_, bpp_, begin, end, scratch_.get(), out);
+    const std::size_t len = static_cast<std::size_t>(end - begin) + static_cast<std::size_t>(n_ - 1) * bpp_;
+    auto suffix = [this](int k) { return blocks_.get() + static_cast<std::size_t>(k) * stride_; };
+    uint8_t *prefix = suffix(n_);
+    // The frame passes no leaving row on the first row of the rectangle:
+    // a new block starts there. Slot k holds row k of the neighbourhood.
+    if (!slots[n_]) phase_ = 0;
+    if (phase_ == 0) {
+        // The ring holds exactly one block: suffix(k) = extreme of its rows k .. n - 1.
+        std::memcpy(suffix(n_ - 1), slots[n_ - 1] + begin, len);
+        for (int k = n_ - 2; k >= 1; --k) PickRows(is_max_, slots[k] + begin, suffix(k + 1), suffix(k), len);
+        PickRows(is_max_, slots[0] + begin, suffix(1), scratch_.get(), len);
+    } else {
+        // Rows phase_ .. n - 1 of the stored block, rows 0 .. phase_ - 1 of
+        // the next one (the newest row is the last slot).
+        if (phase_ == 1)
+            std::memcpy(prefix, slots[n_ - 1] + begin, len);
+        else
+            PickRows(is_max_, prefix, slots[n_ - 1] + begin, prefix, len);
+        PickRows(is_max_, suffix(phase_), prefix, scratch_.get(), len);
+    }
+    phase_ = phase_ + 1 == n_ ? 0 : phase_ + 1;
+    MinMaxRow(is_max_, slots, n_, bpp_, begin, end, scratch_.get(), out, true);
 }
 
 bool MedianBoxKernel::Prepare(int width, int bpp) {

@@ -13,8 +13,14 @@
 
 namespace imge {
 
+// From kBlockSide rows on, the vertical extreme runs down the columns in
+// blocks of n rows (van Herk / Gil-Werman): when a block fills the ring its
+// suffix extremes are stored, the rows of the next block are gathered into a
+// running prefix, and each output row combines one suffix with the prefix:
+// about three passes per row instead of n - 1.
 class MinMaxKernel {
 public:
+    static constexpr int kBlockSide = 6;
     MinMaxKernel(bool is_max, int n) : is_max_(is_max), n_(n) {}
     bool Prepare(int width, int bpp);
     void Row(const uint8_t *const *slots, int begin, int end, uint8_t *out);
@@ -22,7 +28,10 @@ public:
 private:
     bool is_max_;
     int n_, bpp_ = 0;
-    Scratch<uint8_t> scratch_;
+    int phase_ = 0;            // output row within the current block
+    std::size_t stride_ = 0;   // bytes per stored row
+    Scratch<uint8_t> scratch_;  // vertical extremes of the current row
+    Scratch<uint8_t> blocks_;   // n suffix rows, then the prefix row
 };
 
 // Box median: sorted columns and a selection network up to 8, a sliding

@@ -6,27 +6,47 @@
 
 namespace imge {
 
+void PickRowsScalar(bool is_max, const uint8_t *a, const uint8_t *b, uint8_t *dst, std::size_t len) {
+    if (is_max)
+        for (std::size_t t = 0; t < len; ++t) dst[t] = a[t] > b[t] ? a[t] : b[t];
+    else
+        for (std::size_t t = 0; t < len; ++t) dst[t] = a[t] < b[t] ? a[t] : b[t];
+}
+
 void MinMaxRowScalar(bool is_max, const uint8_t *const *slots, int n, int bpp, int begin, int end,
-                     uint8_t *scratch, uint8_t *out) {
+                     uint8_t *scratch, uint8_t *out, bool vertical_done) {
     const std::size_t count = static_cast<std::size_t>(end - begin);
     std::size_t len = count + static_cast<std::size_t>(n - 1) * bpp;
     auto pick = [is_max](uint8_t a, uint8_t b) -> uint8_t { return is_max ? (a > b ? a : b) : (a < b ? a : b); };
-    std::memcpy(scratch, slots[0] + begin, len);
-    for (int k = 1; k < n; ++k) {
-        const uint8_t *s = slots[k] + begin;
-        for (std::size_t t = 0; t < len; ++t) scratch[t] = pick(scratch[t], s[t]);
+    if (!vertical_done) {
+        std::memcpy(scratch, slots[0] + begin, len);
+        for (int k = 1; k < n; ++k) {
+            const uint8_t *s = slots[k] + begin;
+            for (std::size_t t = 0; t < len; ++t) scratch[t] = pick(scratch[t], s[t]);
+        }
     }
-    // scratch[t] becomes the extreme of the window of p pixels starting at t.
+    if (n <= 4) {  // few columns: straight from the vertical extremes
+        for (std::size_t i = 0; i < count; ++i) {
+            uint8_t v = scratch[i];
+            for (int j = 1; j < n; ++j) v = pick(v, scratch[i + static_cast<std::size_t>(j) * bpp]);
+            out[begin + i] = v;
+        }
+        return;
+    }
+    // scratch[t] becomes the extreme of the window of p pixels starting at t,
+    // up to the largest p with 2p <= n ...
     int p = 1;
-    while (2 * p <= n) {
+    while (4 * p <= n) {
         const std::size_t shift = static_cast<std::size_t>(p) * bpp;
         len -= shift;
         for (std::size_t t = 0; t < len; ++t) scratch[t] = pick(scratch[t], scratch[t + shift]);
         p *= 2;
     }
-    // Two overlapping windows of p cover the n columns.
-    const std::size_t shift = static_cast<std::size_t>(n - p) * bpp;
-    for (std::size_t i = 0; i < count; ++i) out[begin + i] = pick(scratch[i], scratch[i + shift]);
+    // ... and two overlapping windows of 2p cover the n columns, each made of
+    // two windows of p.
+    const std::size_t a = static_cast<std::size_t>(p) * bpp, b = static_cast<std::size_t>(n - 2 * p) * bpp;
+    for (std::size_t i = 0; i < count; ++i)
+        out[begin + i] = pick(pick(scratch[i], scratch[i + a]), pick(scratch[i + b], scratch[i + b + a]));
 }
 
 void MedianHistogramRow(const uint8_t *const *slots, int n, int bpp, int begin, int end, uint8_t *out) {

@@ -15,9 +15,13 @@ namespace imge {
 // ---- Minimum / maximum: separable running extremes ----------------------------
 // Vertical extreme over the n rows, then the horizontal extreme of the n
 // columns by doubling windows (1, 2, 4, ... then two overlapping windows).
-// scratch holds at least (end - begin) + (n - 1) * bpp bytes.
+// scratch holds at least (end - begin) + (n - 1) * bpp bytes. With
+// vertical_done the scratch already holds the vertical extremes (of
+// positions begin ..) and slots are not read.
 void MinMaxRow(bool is_max, const uint8_t *const *slots, int n, int bpp, int begin, int end,
-               uint8_t *scratch, uint8_t *out);
+               uint8_t *scratch, uint8_t *out, bool vertical_done = false);
+// dst[t] = min or max of a[t] and b[t] for t < len (dst may be a or b).
+void PickRows(bool is_max, const uint8_t *a, const uint8_t *b, uint8_t *dst, std::size_t len);
 
 // ---- Selection networks ---------------------------------------------------------
 // A compare-exchange network (Batcher's odd-even merge sort, padded with
@@ -82,7 +86,8 @@ void GaussRow(const GaussWeights &w, const uint8_t *const *slots, int bpp, int b
 
 // Scalar versions (the plain paths; identical bytes).
 void MinMaxRowScalar(bool is_max, const uint8_t *const *slots, int n, int bpp, int begin, int end,
-                     uint8_t *scratch, uint8_t *out);
+                     uint8_t *scratch, uint8_t *out, bool vertical_done);
+void PickRowsScalar(bool is_max, const uint8_t *a, const uint8_t *b, uint8_t *dst, std::size_t len);
 void RunNetScalar(const NetProgram &p, const uint8_t *const *rows, int bpp, std::size_t begin, std::size_t count,
                   uint8_t *const *outs);
 void GaussRowScalar(const GaussWeights &w, const uint8_t *const *slots, int bpp, int begin, int end, float *scratch,

@@ -43,7 +43,7 @@ HWY_INLINE V Pick(D, V a, V b) {
 
 template <bool is_max>
 void MinMaxImpl(const uint8_t *const *slots, int n, int bpp, int begin, int end, uint8_t *HWY_RESTRICT scratch,
-                uint8_t *HWY_RESTRICT out) {
+                uint8_t *HWY_RESTRICT out, bool vertical_done) {
     const hn::ScalableTag<uint8_t> d;
     const std::size_t L = hn::Lanes(d);
     const std::size_t count = static_cast<std::size_t>(end - begin);
@@ -52,18 +52,35 @@ void MinMaxImpl(const uint8_t *const *slots, int n, int bpp, int begin, int end,
 
     // Vertical extreme, several rows per pass over the scratch row.
     std::size_t t = 0;
-    for (; t + L <= len; t += L) {
-        auto v = hn::LoadU(d, slots[0] + begin + t);
-        for (int k = 1; k < n; ++k) v = Pick<is_max>(d, v, hn::LoadU(d, slots[k] + begin + t));
-        hn::StoreU(v, d, scratch + t);
+    if (!vertical_done) {
+        for (; t + L <= len; t += L) {
+            auto v = hn::LoadU(d, slots[0] + begin + t);
+            for (int k = 1; k < n; ++k) v = Pick<is_max>(d, v, hn::LoadU(d, slots[k] + begin + t));
+            hn::StoreU(v, d, scratch + t);
+        }
+        for (; t < len; ++t) {
+            uint8_t v = slots[0][begin + t];
+            for (int k = 1; k < n; ++k) v = pick(v, slots[k][begin + t]);
+            scratch[t] = v;
+        }
     }
-    for (; t < len; ++t) {
-        uint8_t v = slots[0][begin + t];
-        for (int k = 1; k < n; ++k) v = pick(v, slots[k][begin + t]);
-        scratch[t] = v;
+    uint8_t *o = out + begin;
+    if (n <= 4) {  // few columns: straight from the vertical extremes
+        t = 0;
+        for (; t + L <= count; t += L) {
+            auto v = hn::LoadU(d, scratch + t);
+            for (int j = 1; j < n; ++j) v = Pick<is_max>(d, v, hn::LoadU(d, scratch + t + static_cast<std::size_t>(j) * bpp));
+            hn::StoreU(v, d, o + t);
+        }
+        for (; t < count; ++t) {
+            uint8_t v = scratch[t];
+            for (int j = 1; j < n; ++j) v = pick(v, scratch[t + static_cast<std::size_t>(j) * bpp]);
+            o[t] = v;
+        }
+        return;
     }
     int p = 1;
-    while (2 * p <= n) {
+    while (4 * p <= n) {
         const std::size_t shift = static_cast<std::size_t>(p) * bpp;
         len -= shift;
         t = 0;
@@ -72,20 +89,38 @@ void MinMaxImpl(const uint8_t *const *slots, int n, int bpp, int begin, int end,
         for (; t < len; ++t) scratch[t] = pick(scratch[t], scratch[t + shift]);
         p *= 2;
     }
-    const std::size_t shift = static_cast<std::size_t>(n - p) * bpp;
-    uint8_t *o = out + begin;
+    const std::size_t a = static_cast<std::size_t>(p) * bpp, b = static_cast<std::size_t>(n - 2 * p) * bpp;
     t = 0;
-    for (; t + L <= count; t += L)
-        hn::StoreU(Pick<is_max>(d, hn::LoadU(d, scratch + t), hn::LoadU(d, scratch + t + shift)), d, o + t);
-    for (; t < count; ++t) o[t] = pick(scratch[t], scratch[t + shift]);
+    for (; t + L <= count; t += L) {
+        const auto lo = Pick<is_max>(d, hn::LoadU(d, scratch + t), hn::LoadU(d, scratch + t + a));
+        const auto hi = Pick<is_max>(d, hn::LoadU(d, scratch + t + b), hn::LoadU(d, scratch + t + b + a));
+        hn::StoreU(Pick<is_max>(d, lo, hi), d, o + t);
+    }
+    for (; t < count; ++t) o[t] = pick(pick(scratch[t], scratch[t + a]), pick(scratch[t + b], scratch[t + b + a]));
 }
 
 void MinMaxRowVec(bool is_max, const uint8_t *const *slots, int n, int bpp, int begin, int end,
-                  uint8_t *HWY_RESTRICT scratch, uint8_t *HWY_RESTRICT out) {
+                  uint8_t *HWY_RESTRICT scratch, uint8_t *HWY_RESTRICT out, bool vertical_done) {
     if (is_max)
-        MinMaxImpl<true>(slots, n, bpp, begin, end, scratch, out);
+        MinMaxImpl<true>(slots, n, bpp, begin, end, scratch, out, vertical_done);
     else
-        MinMaxImpl<false>(slots, n, bpp, begin, end, scratch, out);
+        MinMaxImpl<false>(slots, n, bpp, begin, end, scratch, out, vertical_done);
+}
+
+template <bool is_max>
+void PickImpl(const uint8_t *a, const uint8_t *b, uint8_t *dst, std::size_t len) {
+    const hn::ScalableTag<uint8_t> d;
+    const std::size_t L = hn::Lanes(d);
+    std::size_t t = 0;
+    for (; t + L <= len; t += L) hn::StoreU(Pick<is_max>(d, hn::LoadU(d, a + t), hn::LoadU(d, b + t)), d, dst + t);
+    for (; t < len; ++t) dst[t] = is_max ? (a[t] > b[t] ? a[t] : b[t]) : (a[t] < b[t] ? a[t] : b[t]);
+}
+
+void PickRowsVec(bool is_max, const uint8_t *a, const uint8_t *b, uint8_t *dst, std::size_t len) {
+    if (is_max)
+        PickImpl<true>(a, b, dst, len);
+    else
+        PickImpl<false>(a, b, dst, len);
 }
 
 // A fixed network unrolled into straight-line code: every register index is
@@ -210,13 +245,19 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 namespace imge {
 HWY_EXPORT(MinMaxRowVec);
+HWY_EXPORT(PickRowsVec);
 HWY_EXPORT(RunNetVec);
 HWY_EXPORT(GaussRowVec);
 
 void MinMaxRow(bool is_max, const uint8_t *const *slots, int n, int bpp, int begin, int end, uint8_t *scratch,
-               uint8_t *out) {
-    if (ScalarForced()) return MinMaxRowScalar(is_max, slots, n, bpp, begin, end, scratch, out);
-    HWY_DYNAMIC_DISPATCH(MinMaxRowVec)(is_max, slots, n, bpp, begin, end, scratch, out);
+               uint8_t *out, bool vertical_done) {
+    if (ScalarForced()) return MinMaxRowScalar(is_max, slots, n, bpp, begin, end, scratch, out, vertical_done);
+    HWY_DYNAMIC_DISPATCH(MinMaxRowVec)(is_max, slots, n, bpp, begin, end, scratch, out, vertical_done);
+}
+
+void PickRows(bool is_max, const uint8_t *a, const uint8_t *b, uint8_t *dst, std::size_t len) {
+    if (ScalarForced()) return PickRowsScalar(is_max, a, b, dst, len);
+    HWY_DYNAMIC_DISPATCH(PickRowsVec)(is_max, a, b, dst, len);
 }
 
 void RunNet(const NetProgram &p, int kind, int n, const uint8_t *const *rows, int bpp, std::size_t count,
