@@ -21,6 +21,8 @@ same() { cmp -s "$1" "$2" || fail "$3: $1 and $2 differ"; }
 bytes() { od -An -tu1 -v "$1" | tr -s ' \n' ' ' | sed 's/^ //;s/ $//'; }
 
 # ---- version and help ----------------------------------------------------------
+run --version
+if [ "$rc" -eq 127 ] || [ "$rc" -eq 126 ]; then echo "FAIL: imge does not start: $err"; exit 1; fi
 run --version; expect_rc 0 "--version"; [[ "$out" == imge\ [0-9]* ]] || fail "--version prints '$out'"
 run --help; expect_rc 0 "--help"
 ops=$(sed -n 's/^    \([a-z][a-z0-9-]*\)  .*/\1/p' "$T/.out")
