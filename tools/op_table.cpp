@@ -107,6 +107,7 @@ const std::vector<Op> &AllOps() {
     static const std::vector<Op> all = [] {
         std::vector<Op> v;
         // One line per family file.
+        AddFamily(v, "files", InfoOps());
         AddFamily(v, "tone", LutOps());
         return v;
     }();

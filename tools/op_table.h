@@ -108,6 +108,7 @@ Op FileOp(const std::string &name, const std::string &summary, std::vector<Param
 Op WithCheck(Op op, std::function<void(const Args &)> check);
 
 // ---- The families (one file each) ---------------------------------------------
+std::vector<Op> InfoOps();
 std::vector<Op> LutOps();
 
 // Every row, in family order; Find returns null for an unknown name.

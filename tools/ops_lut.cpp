@@ -1,4 +1,6 @@
 // Table operations: negative and a caller's look-up table.
+#include <cmath>
+
 #include "op_table.h"
 
 namespace tool {
@@ -17,7 +19,7 @@ void CurveTable(const std::vector<IMG_POINT> &pts, TUbyte table[256]) {
         else if (k + 1 >= pts.size()) y = pts.back().y;
         else {
             const IMG_POINT a = pts[k], b = pts[k + 1];
-            y = a.y + ((b.y - a.y) * 2L * (v - a.x) + (b.x - a.x)) / (2L * (b.x - a.x));
+            y = std::lround(a.y + (b.y - a.y) * static_cast<double>(v - a.x) / (b.x - a.x));
         }
         table[v] = static_cast<TUbyte>(y < 0 ? 0 : y > 255 ? 255 : y);
     }

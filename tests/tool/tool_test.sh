@@ -2,9 +2,10 @@
 # End-to-end tests of the imge command-line tool: a few operations, every
 # operation's help, batches, and the bad command lines and bad files that must
 # give one clear line, a non-zero exit and no output file.
-# Usage: tool_test.sh path/to/imge
+# Usage: tool_test.sh path/to/imge path/to/tests/data/tool
 set -u
 IMGE=$(cd "$(dirname "$1")" && pwd)/$(basename "$1")
+DATA=$(cd "$2" && pwd)
 T=$(mktemp -d)
 trap 'rm -rf "$T"' EXIT
 cd "$T"
@@ -41,6 +42,7 @@ for f in demo/sample.png demo/sample-exif.jpg demo/contact-sheet.png; do
 done
 [ "$(head -c 8 demo/contact-sheet.png | od -An -tx1 | tr -d ' \n')" = 89504e470d0a1a0a ] || fail "contact sheet is not a PNG"
 for op in $ops; do
+  [ "$op" = info ] && continue   # the tool's own report, not a library operation
   ls demo/"$op".* >/dev/null 2>&1 || fail "demo wrote nothing for $op"
 done
 
@@ -69,6 +71,29 @@ cp grey.pgm beside.pgm
 run negative beside.pgm; expect_rc 0 "no -o"
 [ -s beside-negative.pgm ] || fail "no -o: beside-negative.pgm missing"
 
+# PNG variants (tests/data/tool, made by make_pngs.py): the bitmap type each is
+# loaded as, and the samples after conversion to PNM.
+pnm_samples() { run apply-lut "$1" -o conv.pnm; expect_rc 0 "convert $1"; tail -c "$2" conv.pnm | od -An -tu1 -v | tr -s ' \n' ' ' | sed 's/^ //;s/ $//'; }
+run info "$DATA/palette.png"; [ "$out" = "4 x 2 colour-mapped (4 palette entries, with alpha)" ] || fail "palette PNG loads as: $out"
+run info "$DATA/palette-opaque.png"; [ "$out" = "2 x 1 colour-mapped (2 palette entries)" ] || fail "opaque palette PNG loads as: $out"
+run info "$DATA/grey-alpha.png"; [ "$out" = "2 x 1 RGBA" ] || fail "grey+alpha PNG loads as: $out"
+run info "$DATA/grey16.png"; [ "$out" = "2 x 1 grey" ] || fail "16-bit grey PNG loads as: $out"
+run info "$DATA/grey1.png"; [ "$out" = "8 x 1 grey" ] || fail "1-bit grey PNG loads as: $out"
+run info "$DATA/rgba.png"; [ "$out" = "1 x 1 RGBA" ] || fail "RGBA PNG loads as: $out"
+run info demo/sample-exif.jpg; [ "$out" = "320 x 240 RGB" ] || fail "JPEG loads as: $out"
+[ "$(pnm_samples "$DATA/grey16.png" 2)" = "0 255" ] || fail "16-bit grey keeps the high byte"
+[ "$(pnm_samples "$DATA/grey1.png" 8)" = "255 0 255 255 0 0 0 0" ] || fail "1-bit grey scaled to 0/255"
+[ "$(pnm_samples "$DATA/grey-alpha.png" 6)" = "10 10 10 200 200 200" ] || fail "grey+alpha to RGB"
+[ "$(pnm_samples "$DATA/palette-opaque.png" 6)" = "10 20 30 200 100 50" ] || fail "palette to RGB"
+# A palette picture stays a palette picture; negative inverts the palette, not the alpha.
+run negative "$DATA/palette.png" -o negpal.png; expect_rc 0 "negative palette PNG"
+[ "$(od -An -tu1 -j 25 -N 1 negpal.png | tr -d ' ')" = 3 ] || fail "negative of a palette PNG is not a palette PNG"
+run info negpal.png; [ "$out" = "4 x 2 colour-mapped (4 palette entries, with alpha)" ] || fail "negated palette PNG loads as: $out"
+[ "$(pnm_samples negpal.png 12)" = "0 0 0 255 255 0 255 0 255 0 255 255" ] || fail "negated palette entries"
+# RGBA keeps its alpha through PNG.
+run negative "$DATA/rgba.png" -o negrgba.png; expect_rc 0 "negative RGBA"
+[ "$(od -An -tu1 -j 25 -N 1 negrgba.png | tr -d ' ')" = 6 ] || fail "RGBA result is not an RGBA PNG"
+
 # ---- batches ---------------------------------------------------------------------
 cp grey.pgm a.pgm; cp rgb.ppm b.ppm; echo "not a picture" > bad.png
 run negative a.pgm bad.png b.ppm -o batch; expect_rc 1 "batch with a bad file"
@@ -80,6 +105,9 @@ expect_err "1 of 3 files failed" "batch summary"
 grep -q $'\r' "$T/.err" && fail "progress bar written although stderr is not a terminal"
 run negative --fail-fast bad.png a.pgm -o ff; expect_rc 1 "--fail-fast"
 absent ff/a.pgm "--fail-fast went on after the first failure"
+run info a.pgm b.ppm; expect_rc 0 "report batch"
+[ "$out" = "a.pgm: 3 x 1 grey"$'\n'"b.ppm: 2 x 1 RGB" ] || fail "report batch prints: $out"
+run info a.pgm -o x.txt; expect_rc 2 "report with -o"
 run negative -q a.pgm b.ppm -o quiet; expect_rc 0 "good batch"; [ -z "$err" ] || fail "good batch wrote to stderr: $err"
 run negative a.pgm b.ppm -o a.pgm; expect_rc 2 "several inputs into a file"
 

@@ -1,10 +1,12 @@
-// PNG through libpng's simplified interface (no setjmp in our code): grey
-// files become grey bitmaps, palette files colour-mapped bitmaps (palette
-// alpha from tRNS), grey+alpha and RGBA files RGBA bitmaps, the rest RGB.
-// 16-bit samples are reduced to 8 bits by libpng.
+// PNG: grey files become grey bitmaps, palette files colour-mapped bitmaps
+// (palette alpha from tRNS), grey+alpha, RGBA and files with a transparent
+// colour RGBA bitmaps, the rest RGB. Writing uses libpng's simplified
+// interface.
 #include <png.h>
 
+#include <cstdio>
 #include <cstring>
+#include <vector>
 
 #include "image_io.h"
 
@@ -21,53 +23,115 @@ struct PngImage {
     ~PngImage() { png_image_free(&img); }
 };
 
-std::string Reason(const png_image &img) {
-    return std::string("bad PNG file: ") + (img.message[0] ? img.message : "unknown error");
+
+}  // namespace
+
+namespace {
+
+// Reading uses libpng's full interface, so that sample values arrive as
+// stored (no colour management): 16-bit samples keep their high byte, 1-, 2-
+// and 4-bit grey is scaled to 0..255, palette files keep their indices.
+// libpng reports errors by longjmp into ReadPng; everything that needs
+// releasing lives in PngReader and `out`, outside that frame.
+struct PngReader {
+    png_structp png = nullptr;
+    png_infop info = nullptr;
+    const Bytes *data = nullptr;
+    size_t pos = 0;
+    char message[200] = "";
+    ~PngReader() { png_destroy_read_struct(&png, info ? &info : nullptr, nullptr); }
+};
+
+void OnPngError(png_structp png, png_const_charp msg) {
+    auto *r = static_cast<PngReader *>(png_get_error_ptr(png));
+    std::snprintf(r->message, sizeof r->message, "%s", msg);
+    png_longjmp(png, 1);
+}
+
+void OnPngWarning(png_structp, png_const_charp) {}
+
+void ReadBytes(png_structp png, png_bytep out, png_size_t n) {
+    auto *r = static_cast<PngReader *>(png_get_io_ptr(png));
+    if (n > r->data->size() - r->pos) png_error(png, "truncated file");
+    std::memcpy(out, r->data->data() + r->pos, n);
+    r->pos += n;
+}
+
+bool ReadPng(PngReader &r, Image &out, std::vector<png_bytep> &rows) {
+    if (setjmp(png_jmpbuf(r.png))) return false;
+    png_set_read_fn(r.png, &r, ReadBytes);
+    png_read_info(r.png, r.info);
+    png_uint_32 w, h;
+    int depth, colour, interlace;
+    png_get_IHDR(r.png, r.info, &w, &h, &depth, &colour, &interlace, nullptr, nullptr);
+    if (w > 0x7FFFFFF || h > 0x7FFFFFF) png_error(r.png, "image too large");
+    if (depth == 16) png_set_strip_16(r.png);
+    if (colour == PNG_COLOR_TYPE_GRAY && depth < 8) png_set_expand_gray_1_2_4_to_8(r.png);
+    if (colour == PNG_COLOR_TYPE_PALETTE && depth < 8) png_set_packing(r.png);
+    IMG_BITMAP_TYPE type = IMG_RGB;
+    const bool trns = png_get_valid(r.png, r.info, PNG_INFO_tRNS) != 0;
+    switch (colour) {
+    case PNG_COLOR_TYPE_PALETTE: type = IMG_COLORS; break;
+    case PNG_COLOR_TYPE_GRAY:
+        type = trns ? IMG_RGBA : IMG_GREY;
+        if (trns) {
+            png_set_tRNS_to_alpha(r.png);
+            png_set_gray_to_rgb(r.png);
+        }
+        break;
+    case PNG_COLOR_TYPE_GRAY_ALPHA:
+        type = IMG_RGBA;
+        png_set_gray_to_rgb(r.png);
+        break;
+    case PNG_COLOR_TYPE_RGB:
+        type = trns ? IMG_RGBA : IMG_RGB;
+        if (trns) png_set_tRNS_to_alpha(r.png);
+        break;
+    default: type = IMG_RGBA; break;
+    }
+    png_set_interlace_handling(r.png);
+    png_read_update_info(r.png, r.info);
+    if (png_get_rowbytes(r.png, r.info) != static_cast<size_t>(w) * (type == IMG_RGBA ? 4 : type == IMG_RGB ? 3 : 1))
+        png_error(r.png, "unexpected sample layout");
+    // NewImage may throw: allowed, no libpng frame lies between here and the handler.
+    out = NewImage(type, static_cast<int>(w), static_cast<int>(h));
+    rows.resize(h);
+    for (png_uint_32 y = 0; y < h; ++y) rows[y] = Row(*out, static_cast<int>(y));
+    png_read_image(r.png, rows.data());
+    png_read_end(r.png, nullptr);
+    if (type == IMG_COLORS) {
+        png_colorp palette = nullptr;
+        int entries = 0;
+        png_get_PLTE(r.png, r.info, &palette, &entries);
+        png_bytep alpha = nullptr;
+        int alphas = 0;
+        if (trns) png_get_tRNS(r.png, r.info, &alpha, &alphas, nullptr);
+        auto *cm = reinterpret_cast<IMF_COLORMAP *>(out->ColorMap);
+        for (int k = 0; k < 256; ++k) cm->Alpha[k] = 255;
+        for (int k = 0; k < entries && k < 256; ++k) {
+            cm->Red[k] = palette[k].red;
+            cm->Green[k] = palette[k].green;
+            cm->Blue[k] = palette[k].blue;
+        }
+        for (int k = 0; k < alphas && k < 256; ++k) cm->Alpha[k] = alpha[k];
+        cm->HasAlpha = alphas > 0 ? 1 : 0;
+        out->ColorUsed = entries;
+    }
+    return true;
 }
 
 }  // namespace
 
 Image DecodePng(const Bytes &data) {
-    PngImage p;
-    if (!png_image_begin_read_from_memory(&p.img, data.data(), data.size())) throw ToolError{Reason(p.img)};
-    const int w = static_cast<int>(p.img.width), h = static_cast<int>(p.img.height);
-    if (w <= 0 || h <= 0 || p.img.width > 0x7FFFFFF || p.img.height > 0x7FFFFFF)
-        throw ToolError{"bad PNG file: image too large"};
-    if (p.img.format & PNG_FORMAT_FLAG_COLORMAP) {
-        Image out = NewImage(IMG_COLORS, w, h);
-        png_byte map[256 * 4];
-        std::memset(map, 0, sizeof map);
-        p.img.format = PNG_FORMAT_RGBA_COLORMAP;
-        if (!png_image_finish_read(&p.img, nullptr, out->Data, static_cast<png_int_32>(out->BytesPerLine), map))
-            throw ToolError{Reason(p.img)};
-        auto *cm = reinterpret_cast<IMF_COLORMAP *>(out->ColorMap);
-        const int n = static_cast<int>(p.img.colormap_entries);
-        bool alpha = false;
-        for (int k = 0; k < n && k < 256; ++k) {
-            cm->Red[k] = map[4 * k];
-            cm->Green[k] = map[4 * k + 1];
-            cm->Blue[k] = map[4 * k + 2];
-            cm->Alpha[k] = map[4 * k + 3];
-            alpha = alpha || map[4 * k + 3] != 255;
-        }
-        cm->HasAlpha = alpha ? 1 : 0;
-        out->ColorUsed = n;
-        return out;
-    }
-    IMG_BITMAP_TYPE type;
-    if (p.img.format & PNG_FORMAT_FLAG_ALPHA) {
-        type = IMG_RGBA;
-        p.img.format = PNG_FORMAT_RGBA;
-    } else if (p.img.format & PNG_FORMAT_FLAG_COLOR) {
-        type = IMG_RGB;
-        p.img.format = PNG_FORMAT_RGB;
-    } else {
-        type = IMG_GREY;
-        p.img.format = PNG_FORMAT_GRAY;
-    }
-    Image out = NewImage(type, w, h);
-    if (!png_image_finish_read(&p.img, nullptr, out->Data, static_cast<png_int_32>(out->BytesPerLine), nullptr))
-        throw ToolError{Reason(p.img)};
+    PngReader r;
+    r.data = &data;
+    r.png = png_create_read_struct(PNG_LIBPNG_VER_STRING, &r, OnPngError, OnPngWarning);
+    if (!r.png) throw ToolError{"out of memory"};
+    r.info = png_create_info_struct(r.png);
+    if (!r.info) throw ToolError{"out of memory"};
+    Image out;
+    std::vector<png_bytep> rows;
+    if (!ReadPng(r, out, rows)) throw ToolError{std::string("bad PNG file: ") + r.message};
     return out;
 }
 
