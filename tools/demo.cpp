@@ -40,6 +40,17 @@ std::vector<std::string> Tokenize(const std::string &s) {
 
 std::string FirstLine(const std::string &text) { return text.substr(0, text.find('\n')); }
 
+// The parameters an operation ran with, for the second line of its label.
+std::string Settings(const Op &op, const Args &args) {
+    std::string s;
+    for (const Param &p : op.params) {
+        const Value &v = args.values.at(p.name);
+        if (p.kind == Kind::Flag && !v.i) continue;
+        s += (s.empty() ? "" : " ") + p.name + (p.kind == Kind::Flag ? "" : "=" + v.text);
+    }
+    return s;
+}
+
 const char kDemoHelp[] =
     "Usage: imge demo [-o DIR]\n\n"
     "Runs every operation on a sample picture made by code (a landscape, 320 x 240)\n"
@@ -94,7 +105,6 @@ int RunDemo(const std::vector<std::string> &argv) {
     for (const Op &op : AllOps()) {
         if (op.family == "files") continue;  // the tool's own, not the library's
         std::vector<std::string> tokens = Tokenize(op.demo);
-        const std::string label = op.demo.empty() ? op.name : op.name + " " + op.demo;
         std::string written;
         try {
             tokens.push_back("sample");
@@ -109,13 +119,13 @@ int RunDemo(const std::vector<std::string> &argv) {
                 WriteFileAtomic(written, ReadFile(prefix + "sample-exif.jpg"));
                 const std::string err = op.file(r.args, written);
                 if (!err.empty()) throw ToolError{err};
-                cells.push_back(SheetCell{label, LoadImage(written), ""});
+                cells.push_back(SheetCell{op.name, LoadImage(written), Settings(op, r.args)});
             } else {
                 Image src = CloneImage(*sample);
                 Image result = RunImageOp(op, r.args, *src);
                 written = prefix + op.name + ".png";
                 SaveImage(*result, written);
-                cells.push_back(SheetCell{label, std::move(result), ""});
+                cells.push_back(SheetCell{op.name, std::move(result), Settings(op, r.args)});
             }
             std::printf("  %-24s %s\n", op.name.c_str(), written.c_str());
         } catch (const ToolError &e) {
