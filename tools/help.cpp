@@ -95,7 +95,7 @@ std::string OpHelp(const Op &op) {
                 }
                 extra = words;
             }
-            if (p.kind == Kind::Color) extra = "#rrggbb[aa], r,g,b[,a] or a name";
+            if (p.kind == Kind::Color) extra = "#rrggbb[aa], r,g,b[,a], a name or none";
             if (p.kind != Kind::Flag) {
                 const std::string def = p.def.empty() ? "required" : "default " + p.def;
                 extra = extra.empty() ? def : extra + "; " + def;

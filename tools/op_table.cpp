@@ -43,6 +43,11 @@ Param FlagP(const std::string &name, const std::string &help) {
     return Param{name, Kind::Flag, "", 0, 0, help, ""};
 }
 
+Param Required(Param p) {
+    p.def.clear();
+    return p;
+}
+
 Op Public(const std::string &name, const std::string &summary, std::vector<Param> params, PublicCall call,
           const std::string &demo) {
     Op op;
@@ -250,7 +255,10 @@ Value ParseValue(const Param &p, const std::string &text) {
         }
         Bad(p, text, "expected one of " + words);
     }
-    case Kind::Color: v.color = ParseColor(p, text); break;
+    case Kind::Color:
+        if (text == "none") v.none = true;
+        else v.color = ParseColor(p, text);
+        break;
     case Kind::Points: {
         for (const std::string &pt : Split(text, " ;")) {
             const std::vector<std::string> xy = Split(pt, ",");

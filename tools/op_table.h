@@ -21,7 +21,7 @@ enum class Kind {
     Int,     // whole number in [min, max]
     Real,    // number in [min, max]
     Choice,  // one of the words in `choices` ("90=1|180=2|270=3": word=value)
-    Color,   // "#rrggbb", "#rrggbbaa" or "r,g,b[,a]"
+    Color,   // "#rrggbb", "#rrggbbaa", "r,g,b[,a]", a name, or "none"
     Points,  // "x,y x,y ..." (at least `min` points)
     Ints,    // "a,b,c,..." whole numbers in [min, max]
     Flag,    // present or not
@@ -45,6 +45,7 @@ struct Value {
     std::vector<IMG_POINT> points;
     std::vector<long> ints;
     std::string text;
+    bool none = false;  // Kind::Color: "none"
 };
 
 class Args {
@@ -53,6 +54,11 @@ class Args {
     double Real(const std::string &name) const { return Get(name).d; }
     bool Flag(const std::string &name) const { return Get(name).i != 0; }
     const IMG_COLOR &Color(const std::string &name) const { return Get(name).color; }
+    // Null when the colour was given as "none" (not drawn).
+    const IMG_COLOR *ColorOrNull(const std::string &name) const {
+        const Value &v = Get(name);
+        return v.none ? nullptr : &v.color;
+    }
     const std::vector<IMG_POINT> &Points(const std::string &name) const { return Get(name).points; }
     const std::vector<long> &Ints(const std::string &name) const { return Get(name).ints; }
     const std::string &Text(const std::string &name) const { return Get(name).text; }
@@ -94,6 +100,8 @@ Param ColorP(const std::string &name, const std::string &def, const std::string 
 Param PointsP(const std::string &name, const std::string &def, int min_points, const std::string &help);
 Param IntsP(const std::string &name, const std::string &def, long min, long max, const std::string &help);
 Param FlagP(const std::string &name, const std::string &help);
+// The parameter without a default: it must be given.
+Param Required(Param p);
 
 // ---- Row helpers: one line per operation ------------------------------------
 Op Public(const std::string &name, const std::string &summary, std::vector<Param> params, PublicCall call,
