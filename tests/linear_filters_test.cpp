@@ -461,3 +461,15 @@ TEST(LinearFilters, SixteenBitDivisionIsExactBelowTwoToTheFifteen) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST(LinearFilters, BoxDivisionInSixteenBitsIsExactForEveryBox) {
+    for (int n = 2; n <= 15; ++n) {
+        const imge::BoxDivision div = imge::MakeBoxDivision(n);
+        const uint32_t d = static_cast<uint32_t>(n * n);
+        for (uint32_t x = 0; x <= 255 * d; ++x) ASSERT_EQ(imge::ApplyBoxDivision(div, x), x / d) << x << " / " << d;
+    }
+}
+
+}  // namespace

@@ -55,6 +55,17 @@ LinearPlan::Div16 MakeDiv16(uint32_t d) {
     return v;
 }
 
+BoxDivision MakeBoxDivision(int n) {
+    BoxDivision b;
+    uint32_t d = static_cast<uint32_t>(n * n);
+    while ((d & 1) == 0) {
+        d >>= 1;
+        ++b.pre_shift;
+    }
+    b.odd = MakeDiv16(d);
+    return b;
+}
+
 namespace {
 
 int64_t Gcd(int64_t a, int64_t b) {

@@ -103,6 +103,17 @@ inline uint64_t DivisionMagic(uint32_t d) { return ((uint64_t{1} << 32) + d - 1)
 // j = 0 .. n - 1) / (n * n), by a running sum along each byte position.
 void BoxRow(const uint16_t *col, int n, int bpp, int begin, int end, uint64_t magic, uint8_t *out);
 
+// floor(x / (n * n)) for every box sum 0 .. 255 * n * n (n = 2 .. 15): a
+// shift by the power of two in n * n, then the odd part by MakeDiv16
+// (exact below 2^15 by the bound above; the odd squares up to 225 are
+// checked exhaustively over their whole range by the tests).
+struct BoxDivision {
+    int pre_shift = 0;
+    LinearPlan::Div16 odd;
+};
+BoxDivision MakeBoxDivision(int n);
+inline uint32_t ApplyBoxDivision(const BoxDivision &b, uint32_t x) { return ApplyDiv16(b.odd, x >> b.pre_shift); }
+
 // BoxRow through vectors: running totals along each byte position and
 // their differences. scratch holds kBoxScratchLead + (width + 2 * (n >> 1))
 // * bpp values.

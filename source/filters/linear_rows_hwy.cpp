@@ -29,7 +29,7 @@ int LinearShortVec(const int16_t *, const uint8_t *const *, int, int, int, int32
 }
 int SharpenRowVec(float, float, bool, const uint8_t *const *, int, int begin, int, uint8_t *) { return begin; }
 int BoxPrefixVec(const uint16_t *, int, int, uint16_t *) { return 0; }
-int BoxDiffVec(const uint16_t *, int, int, float, int, uint8_t *) { return 0; }
+int BoxDiffVec(const uint16_t *, int, int, int, uint16_t, int, int, uint8_t *) { return 0; }
 #else
 
 // Each returns the first byte position left for the caller.
@@ -190,24 +190,20 @@ int BoxPrefixVec(const uint16_t *HWY_RESTRICT col, int bpp, int count, uint16_t 
     }
 }
 
-int BoxDiffVec(const uint16_t *HWY_RESTRICT q, int span, int bpp, float recip, int count, uint8_t *HWY_RESTRICT out) {
+int BoxDiffVec(const uint16_t *HWY_RESTRICT q, int span, int bpp, int pre_shift, uint16_t magic, int shift,
+               int count, uint8_t *HWY_RESTRICT out) {
     const hn::ScalableTag<uint16_t> d16;
-    const hn::Half<decltype(d16)> dh;
-    const hn::Rebind<int32_t, decltype(dh)> d32;
-    const hn::Rebind<float, decltype(d32)> df;
-    const hn::Rebind<uint8_t, decltype(d32)> d8h;
+    const hn::RebindToSigned<decltype(d16)> di16;
+    const hn::Rebind<uint8_t, decltype(d16)> d8;
     const int L = static_cast<int>(hn::Lanes(d16));
-    const int H = static_cast<int>(hn::Lanes(d32));
-    const auto vrecip = hn::Set(df, recip);
+    const auto vmagic = hn::Set(d16, magic);
     int t = 0;
     for (; t + L <= count; t += L) {
-        const auto w = hn::Sub(hn::LoadU(d16, q + t + span), hn::LoadU(d16, q + t - bpp));
-        auto finish = [&](hn::Vec<decltype(d32)> v, int pos) {
-            const auto m = hn::ConvertTo(d32, hn::Mul(hn::ConvertTo(df, v), vrecip));
-            hn::StoreU(hn::DemoteTo(d8h, m), d8h, out + pos);
-        };
-        finish(hn::PromoteTo(d32, hn::LowerHalf(dh, w)), t);
-        finish(hn::PromoteTo(d32, hn::UpperHalf(dh, w)), t + H);
+        auto w = hn::Sub(hn::LoadU(d16, q + t + span), hn::LoadU(d16, q + t - bpp));
+        w = hn::ShiftRightSame(w, pre_shift);
+        if (magic) w = hn::MulHigh(w, vmagic);
+        w = hn::ShiftRightSame(w, shift);
+        hn::StoreU(hn::DemoteTo(d8, hn::BitCast(di16, w)), d8, out + t);
     }
     return t;
 }
@@ -242,6 +238,8 @@ HWY_EXPORT(BoxDiffVec);
 
 void BoxRowFast(const uint16_t *col, int n, int bpp, int begin, int end, uint64_t magic, uint16_t *scratch,
                 uint8_t *out) {
+    // Running totals and differences modulo 2^16, then the division by
+    // n * n as shifts and a multiply-high.
     if (begin >= end) return;
     if (ScalarForced()) return BoxRow(col, n, bpp, begin, end, magic, out);
     const int span = (n - 1) * bpp;
@@ -252,9 +250,11 @@ void BoxRowFast(const uint16_t *col, int n, int bpp, int begin, int end, uint64_
     const uint16_t *c = col + begin;
     int t = HWY_DYNAMIC_DISPATCH(BoxPrefixVec)(c, bpp, total, q);
     for (; t < total; ++t) q[t] = static_cast<uint16_t>(c[t] + q[t - bpp]);
-    t = HWY_DYNAMIC_DISPATCH(BoxDiffVec)(q, span, bpp, RecipOf(n * n), count, out + begin);
+    const BoxDivision div = MakeBoxDivision(n);
+    t = HWY_DYNAMIC_DISPATCH(BoxDiffVec)(q, span, bpp, div.pre_shift, div.odd.magic, div.odd.shift, count,
+                                         out + begin);
     for (; t < count; ++t)
-        out[begin + t] = static_cast<uint8_t>((static_cast<uint16_t>(q[t + span] - q[t - bpp]) * magic) >> 32);
+        out[begin + t] = static_cast<uint8_t>(ApplyBoxDivision(div, static_cast<uint16_t>(q[t + span] - q[t - bpp])));
 }
 
 void LinearRow(const LinearPlan &plan, const uint8_t *const *slots, int bpp, int begin, int end, uint8_t *out) {
