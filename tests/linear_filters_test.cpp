@@ -473,3 +473,25 @@ TEST(LinearFilters, BoxDivisionInSixteenBitsIsExactForEveryBox) {
 }
 
 }  // namespace
+
+namespace {
+
+// Every percentage around the ranges the vector paths take (16-bit, single
+// precision, plain), on rows wide enough for every vector width.
+TEST(LinearFilters, SharpenMatchesTheReferenceAcrossItsPathRanges) {
+    std::mt19937 rng(50);
+    OwnedImf src;
+    testing_support::MakeRandom(rng, IMF_RGB, 67, 5, 1, &src);
+    std::vector<int> ps;
+    for (int p = -35; p <= 135; ++p) ps.push_back(p);
+    for (int p : {-8001, -8000, -7999, 7999, 8000, 8001, 1000000, -1000000}) ps.push_back(p);
+    for (int p : ps) {
+        OwnedImf dst, expect;
+        testing_support::Clone(*src.get(), &expect);
+        reference::Sharpen(*src.get(), expect.get(), IMF_RECT{0, 0, 67, 5}, p);
+        ASSERT_EQ(imfSharpen(src.get(), dst.get(), nullptr, p), IMF_NOERROR);
+        ASSERT_EQ(testing_support::Diff(*dst.get(), *expect.get()), "") << p;
+    }
+}
+
+}  // namespace

@@ -85,6 +85,9 @@ void SharpenRow(int64_t p, int64_t d, const uint8_t *const *slots, int bpp, int 
 // Percentages whose arithmetic the vector path reproduces exactly
 // (|p * S8| < 2^24, |100 * C - (p * S8) / 8| + |d| <= 2^22).
 inline bool SharpenFitsFloat(int64_t p) { return p >= -8000 && p <= 8000; }
+// Percentages computed in 16-bit lanes only: |p| * S8 / 8 < 2^15 and
+// |100 * C - (p * S8) / 8| < 2^15.
+inline bool SharpenFitsShort(int64_t p) { return p >= -28 && p <= 128; }
 // The smallest float not below 1/|d|, with d's sign: for integers a with
 // |a| + |d| <= 2^22, a * RecipOf(d) truncates to a / d (truncated).
 float RecipOf(int64_t d);

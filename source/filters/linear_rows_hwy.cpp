@@ -29,6 +29,7 @@ int LinearShortVec(const int16_t *, const uint8_t *const *, int, int, int, int32
 }
 int SharpenRowVec(float, float, bool, const uint8_t *const *, int, int begin, int, uint8_t *) { return begin; }
 int BoxPrefixVec(const uint16_t *, int, int, uint16_t *) { return 0; }
+int SharpenShortVec(int, uint16_t, int, bool, const uint8_t *const *, int, int begin, int, uint8_t *) { return begin; }
 int BoxDiffVec(const uint16_t *, int, int, int, uint16_t, int, int, uint8_t *) { return 0; }
 #else
 
@@ -149,6 +150,40 @@ int SharpenRowVec(float p, float recip, bool divide, const uint8_t *const *HWY_R
     return i;
 }
 
+// imfSharpen for the usual percentages (SharpenFitsShort) in 16-bit lanes
+// only: inner = |p| * S8 >> 3 from the 32-bit product's two halves (S8 and
+// |p| are non-negative, so the shift truncates like the division), then
+// num = 100 * C -/+ inner and sign * (|num| / |d|) by the 16-bit division.
+int SharpenShortVec(int p, uint16_t magic, int shift, bool d_negative, const uint8_t *const *HWY_RESTRICT slots,
+                    int bpp, int begin, int end, uint8_t *HWY_RESTRICT out) {
+    const hn::ScalableTag<int16_t> d16;
+    const hn::RebindToUnsigned<decltype(d16)> du16;
+    const hn::Rebind<uint8_t, decltype(d16)> d8;
+    const int L = static_cast<int>(hn::Lanes(d16));
+    const uint8_t *base[8] = {slots[0], slots[0] + bpp, slots[0] + 2 * bpp, slots[1],
+                              slots[1] + 2 * bpp, slots[2], slots[2] + bpp, slots[2] + 2 * bpp};
+    const uint8_t *centre = slots[1] + bpp;
+    const auto vp = hn::Set(du16, static_cast<uint16_t>(p < 0 ? -p : p));
+    const auto hundred = hn::Set(d16, 100);
+    const auto vmagic = hn::Set(du16, magic);
+    const auto vneg = hn::Set(d16, static_cast<int16_t>(d_negative ? -1 : 0));
+    int i = begin;
+    for (; i + L <= end; i += L) {
+        const auto s8 = hn::BitCast(du16, ShortSum(d16, d8, nullptr, base, 8, 0, 8, i));
+        const auto lo = hn::Mul(s8, vp), hi = hn::MulHigh(s8, vp);
+        const auto inner = hn::BitCast(d16, hn::Or(hn::ShiftLeft<13>(hi), hn::ShiftRight<3>(lo)));
+        const auto c100 = hn::Mul(hn::PromoteTo(d16, hn::LoadU(d8, centre + i)), hundred);
+        const auto num = p < 0 ? hn::Add(c100, inner) : hn::Sub(c100, inner);
+        auto q = hn::BitCast(du16, hn::Abs(num));
+        if (magic) q = hn::MulHigh(q, vmagic);
+        q = hn::ShiftRightSame(q, shift);
+        const auto sign = hn::Xor(hn::ShiftRight<15>(num), vneg);
+        const auto v = hn::Sub(hn::Xor(hn::BitCast(d16, q), sign), sign);
+        hn::StoreU(hn::DemoteTo(d8, v), d8, out + i);
+    }
+    return i;
+}
+
 // Box mean along a row from the column sums, in two passes that do not
 // depend on the box size: running totals along each byte position
 // (q[t] = col[t] + q[t - bpp], modulo 2^16; q[-bpp .. -1] are 0), then
@@ -232,6 +267,7 @@ namespace imge {
 HWY_EXPORT(LinearFloatVec);
 HWY_EXPORT(LinearShortVec);
 HWY_EXPORT(SharpenRowVec);
+HWY_EXPORT(SharpenShortVec);
 HWY_EXPORT(ColumnUpdateVec);
 HWY_EXPORT(BoxPrefixVec);
 HWY_EXPORT(BoxDiffVec);
@@ -296,6 +332,13 @@ void LinearRow(const LinearPlan &plan, const uint8_t *const *slots, int bpp, int
 
 void SharpenRow(int64_t p, int64_t d, const uint8_t *const *slots, int bpp, int begin, int end, uint8_t *out) {
     if (!SharpenFitsFloat(p) || ScalarForced()) return SharpenRowPlain(p, d, slots, bpp, begin, end, out);
+    if (SharpenFitsShort(p)) {
+        const LinearPlan::Div16 div = MakeDiv16(static_cast<uint32_t>(d < 0 ? -d : d));
+        const int done = HWY_DYNAMIC_DISPATCH(SharpenShortVec)(static_cast<int>(p), div.magic, div.shift, d < 0,
+                                                               slots, bpp, begin, end, out);
+        if (done < end) SharpenRowPlain(p, d, slots, bpp, done, end, out);
+        return;
+    }
     const int done = HWY_DYNAMIC_DISPATCH(SharpenRowVec)(static_cast<float>(p), RecipOf(d), d != 1, slots, bpp,
                                                          begin, end, out);
     if (done < end) SharpenRowPlain(p, d, slots, bpp, done, end, out);
