@@ -30,10 +30,10 @@ TEST(PrepareRow, StatedExampleAndRowsBeyondTheEdges) {
     ASSERT_NE(imfAllock(c.get(), IMF_RGB, 1, 2, 1), 0);
     const TUbyte px[6] = {1, 2, 3, 4, 5, 6};
     std::memcpy(c->Data, px, 6);
-    TUbyte buf[12];
+    TUbyte buf[18];  // (Width + 2 * half) pixels
     imge::PrepareRow(buf, c.get(), 0, 4);  // half 2
-    const TUbyte want[12] = {1, 2, 3, 1, 2, 3, 1, 2, 3, 4, 5, 6};
-    EXPECT_EQ(std::memcmp(buf, want, 12), 0);
+    const TUbyte want[18] = {1, 2, 3, 1, 2, 3, 1, 2, 3, 4, 5, 6, 4, 5, 6, 4, 5, 6};
+    EXPECT_EQ(std::memcmp(buf, want, 18), 0);
 }
 
 // Writes the sample of slot k, column offset j of every byte, and checks the
