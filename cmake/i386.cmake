@@ -18,7 +18,11 @@ if(IMGE_I386_SYSROOT)
   set(CMAKE_INCLUDE_PATH ${IMGE_I386_SYSROOT}/usr/include)
   set(CMAKE_C_STANDARD_INCLUDE_DIRECTORIES ${IMGE_I386_SYSROOT}/usr/include/i386-linux-gnu ${IMGE_I386_SYSROOT}/usr/include)
   set(CMAKE_CXX_STANDARD_INCLUDE_DIRECTORIES ${IMGE_I386_SYSROOT}/usr/include/i386-linux-gnu ${IMGE_I386_SYSROOT}/usr/include)
-  set(CMAKE_EXE_LINKER_FLAGS_INIT "-Wl,-rpath-link,${_lib}")
-  set(CMAKE_SHARED_LINKER_FLAGS_INIT "-Wl,-rpath-link,${_lib}")
-  set(CMAKE_BUILD_RPATH ${_lib})
+  # zlib (needed by libpng, hence by the imge tool) lives in /lib, not /usr/lib.
+  # Programs get DT_RPATH rather than DT_RUNPATH, so that the sysroot is also
+  # searched for the libraries' own dependencies (libpng -> libz).
+  set(_rootlib ${IMGE_I386_SYSROOT}/lib/i386-linux-gnu)
+  set(CMAKE_EXE_LINKER_FLAGS_INIT "-Wl,-rpath-link,${_lib}:${_rootlib} -Wl,--disable-new-dtags")
+  set(CMAKE_SHARED_LINKER_FLAGS_INIT "-Wl,-rpath-link,${_lib}:${_rootlib}")
+  set(CMAKE_BUILD_RPATH ${_lib} ${_rootlib})
 endif()

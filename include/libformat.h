@@ -68,7 +68,25 @@ IMG_API IMF_ERROR imfAutoLevels(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT
 IMG_API IMF_ERROR imfBalance(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, const TLong values[4]);
 
 /* ---- Convolution, box mean, noise reduction, edge enhancer ----------------- */
+/* Indices of the predefined 3 x 3 kernels of imfConvolveIndex. */
+#define IMF_FilterEnhanceDetail    0
+#define IMF_FilterEnhanceFocus     1
+#define IMF_FilterFocusRestoration 2
+#define IMF_FilterSharpen          3
+#define IMF_FilterEdgeDetectLight  4
+#define IMF_FilterEdgeDetectMedium 5
+#define IMF_FilterEdgeDetectHeavy  6
+#define IMF_FilterEmboss           7
+#define IMF_FilterEmbossMore       8
+
+/* Every byte of every pixel (alpha, K and palette indices included) is
+ * filtered as its own 8-bit plane; edges repeat the first and last row and
+ * column; the result is a new bitmap (in place: src's buffers are replaced).
+ * Binary bitmaps: IMF_ERRBADBITMAP. A filter Size outside 1..7, a zero
+ * Divisor, an index outside 0..8, a filter_size outside 2..15 or a
+ * percentage above 100 (blur, soften, edge): IMF_ERRBADPARAMS. */
 IMG_API IMF_ERROR imfConvolve(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, const IMG_FILTER *filter);
+IMG_API IMF_ERROR imfConvolveIndex(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, TLong index);
 IMG_API IMF_ERROR imfEnhanceDetail(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area);
 IMG_API IMF_ERROR imfEnhanceFocus(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area);
 IMG_API IMF_ERROR imfFocusRestoration(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area);
@@ -82,6 +100,7 @@ IMG_API IMF_ERROR imfBlur(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area
 IMG_API IMF_ERROR imfSoften(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, TLong percentage);
 IMG_API IMF_ERROR imfAverage(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, TLong filter_size);
 IMG_API IMF_ERROR imfReduceNoise(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area);
+IMG_API IMF_ERROR imfEdge(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, TLong percentage);
 
 /* ---- Rank filters, Gaussian blur, drop shadow ------------------------------ */
 IMG_API IMF_ERROR imfMinimum(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, TLong filter_size);

@@ -1,0 +1,98 @@
+// EXIF orientation and thumbnail services on untrusted APP1 data.
+//
+// The orientation of the main image is tag 0x0112 of IFD0; the thumbnail is
+// described by IFD1 (the IFD that IFD0 links to): JPEGInterchangeFormat /
+// JPEGInterchangeFormatLength give its stream, ImageWidth / ImageLength its
+// size when present, and the directory may carry its own orientation.
+// Blocks are accepted with or without the leading "Exif\0\0" identifier.
+#include <cstring>
+
+#include "libtools.h"
+#include "tiff_reader.h"
+
+namespace {
+
+using imgexif::Entry;
+using imgexif::TiffReader;
+
+TiffReader ReaderOf(const IMF_METADATAENTRY *entry) {
+    if (!entry || !entry->Data || entry->Length <= 0)
+        return TiffReader(nullptr, 0);
+    return TiffReader(static_cast<const uint8_t *>(entry->Data),
+                      static_cast<size_t>(entry->Length));
+}
+
+// The orientation entry of IFD0: a SHORT with at least one value.
+bool FindOrientation(const TiffReader &tiff, Entry *entry) {
+    uint32_t ifd0 = 0;
+    return tiff.FirstIfd(&ifd0) && tiff.Find(ifd0, imgexif::kTagOrientation, entry) &&
+           entry->type == imgexif::kTypeShort && entry->count >= 1 &&
+           entry->value_at + 2 <= tiff.Size();
+}
+
+}  // namespace
+
+extern "C" {
+
+int EXIFGetOrientation(const IMF_METADATAENTRY *entry, int *orientation) {
+    if (!orientation) return 0;
+    TiffReader tiff = ReaderOf(entry);
+    Entry e{};
+    uint32_t value = 0;
+    if (!tiff.Valid() || !FindOrientation(tiff, &e) || !tiff.Number(e, &value)) return 0;
+    // Reported as stored; 1 to 8 are the values EXIF defines.
+    *orientation = static_cast<int>(value);
+    return 1;
+}
+
+// Only the EXIF values 1 to 8 are written; anything else leaves the block
+// untouched and gives 0.
+int EXIFSetOrientation(IMF_METADATAENTRY *entry, int orientation) {
+    if (orientation < 1 || orientation > 8) return 0;
+    TiffReader tiff = ReaderOf(entry);
+    Entry e{};
+    if (!tiff.Valid() || !FindOrientation(tiff, &e)) return 0;
+    TUbyte *p = static_cast<TUbyte *>(entry->Data) + tiff.TiffStart() + e.value_at;
+    const TUbyte v = static_cast<TUbyte>(orientation);
+    p[0] = tiff.BigEndian() ? 0 : v;
+    p[1] = tiff.BigEndian() ? v : 0;
+    return 1;
+}
+
+// A thumbnail counts only when its stream lies wholly inside the block, is
+// not empty and starts with a JPEG start-of-image marker.
+int EXIFThumbGet(const void *app1_data, TLong length, EXIFThumbInfo *info) {
+    if (!app1_data || length <= 0 || !info) return 0;
+    const uint8_t *block = static_cast<const uint8_t *>(app1_data);
+    TiffReader tiff(block, static_cast<size_t>(length));
+    uint32_t ifd0 = 0, ifd1 = 0;
+    if (!tiff.Valid() || !tiff.FirstIfd(&ifd0) || !tiff.NextIfd(ifd0, &ifd1)) return 0;
+
+    Entry e{};
+    uint32_t offset = 0, size = 0;
+    if (!tiff.Find(ifd1, imgexif::kTagJpegOffset, &e) || !tiff.Number(e, &offset)) return 0;
+    if (!tiff.Find(ifd1, imgexif::kTagJpegLength, &e) || !tiff.Number(e, &size)) return 0;
+    if (size < 2 || offset > tiff.Size() || tiff.Size() - offset < size) return 0;
+    const size_t stream = tiff.TiffStart() + offset;
+    if (block[stream] != 0xFF || block[stream + 1] != 0xD8) return 0;
+
+    EXIFThumbInfo out;
+    std::memset(&out, 0, sizeof out);
+    out.Offset = static_cast<TUlong>(stream);
+    out.Size = size;
+    uint32_t v = 0;
+    if (tiff.Find(ifd1, imgexif::kTagImageWidth, &e) && tiff.Number(e, &v)) out.Width = v;
+    if (tiff.Find(ifd1, imgexif::kTagImageLength, &e) && tiff.Number(e, &v)) out.Height = v;
+    if (tiff.Find(ifd1, imgexif::kTagOrientation, &e) && e.type == imgexif::kTypeShort &&
+        e.count >= 1 && e.value_at + 2 <= tiff.Size()) {
+        out.HasOrientation = 1;
+        // The pipeline rewrites the value through this pointer, in the
+        // caller's own (writable) copy of the block.
+        out.OrientationPtr = const_cast<TUbyte *>(block + tiff.TiffStart() + e.value_at);
+    }
+    out.BigEndian = tiff.BigEndian() ? 1 : 0;
+    *info = out;
+    return 1;
+}
+
+}  // extern "C"

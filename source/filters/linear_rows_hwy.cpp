@@ -1,0 +1,210 @@
+// Vector kernels of the linear filters (Highway, dispatched at run time).
+//
+// Integer sums are kept exact: in 16-bit lanes while they cannot overflow,
+// otherwise in single precision while below 2^24. The truncating division
+// is a product with the smallest float not below 1/|divisor|, exact while
+// |sum| + |divisor| <= 2^22 (see LinearPlan). Plans outside those ranges
+// take the plain path, so both paths give the same bytes.
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "filters/linear_rows_hwy.cpp"
+#include <hwy/foreach_target.h>  // IWYU pragma: keep
+#include <hwy/highway.h>
+
+#include "core/dispatch.h"
+#include "filters/linear_rows.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace imge {
+namespace HWY_NAMESPACE {
+namespace hn = hwy::HWY_NAMESPACE;
+
+#if HWY_TARGET == HWY_SCALAR
+// One lane gains nothing: the plain path does the work.
+int LinearFloatVec(const float *, const uint8_t *const *, int, float, bool, int32_t, int begin, int, uint8_t *) {
+    return begin;
+}
+int LinearShortVec(const int16_t *, const uint8_t *const *, int, int, int, int32_t, const uint8_t *, int32_t, float,
+                   bool, int32_t, int begin, int, uint8_t *) {
+    return begin;
+}
+int SharpenRowVec(float, float, bool, const uint8_t *const *, int, int begin, int, uint8_t *) { return begin; }
+#else
+
+// Each returns the first byte position left for the caller.
+
+// Weighted sum in floats, product with the reciprocal, truncation, bias,
+// saturation to 0..255.
+int LinearFloatVec(const float *HWY_RESTRICT w, const uint8_t *const *HWY_RESTRICT base, int n_taps, float recip,
+                   bool divide, int32_t bias, int begin, int end, uint8_t *HWY_RESTRICT out) {
+    const hn::ScalableTag<float> df;
+    const hn::RebindToSigned<decltype(df)> di;
+    const hn::Rebind<uint8_t, decltype(df)> du8;
+    const int L = static_cast<int>(hn::Lanes(df));
+    const auto vrecip = hn::Set(df, recip);
+    const auto vbias = hn::Set(di, bias);
+    int i = begin;
+    for (; i + L <= end; i += L) {
+        auto acc = hn::Zero(df);
+        for (int t = 0; t < n_taps; ++t)
+            acc = hn::MulAdd(hn::Set(df, w[t]), hn::ConvertTo(df, hn::PromoteTo(di, hn::LoadU(du8, base[t] + i))), acc);
+        if (divide) acc = hn::Mul(acc, vrecip);
+        const auto v = hn::Add(hn::ConvertTo(di, acc), vbias);
+        hn::StoreU(hn::DemoteTo(du8, v), du8, out + i);
+    }
+    return i;
+}
+
+// Sum of taps in 16-bit lanes: n_plus taps of weight +1, n_minus of -1,
+// then the rest with their weights.
+template <class D16, class D8>
+HWY_INLINE hn::Vec<D16> ShortSum(D16 d16, D8 d8, const int16_t *HWY_RESTRICT w, const uint8_t *const *HWY_RESTRICT base,
+                                 int n_plus, int n_minus, int n_short, int i) {
+    auto acc = hn::Zero(d16);
+    int t = 0;
+    for (; t < n_plus; ++t) acc = hn::Add(acc, hn::PromoteTo(d16, hn::LoadU(d8, base[t] + i)));
+    for (; t < n_plus + n_minus; ++t) acc = hn::Sub(acc, hn::PromoteTo(d16, hn::LoadU(d8, base[t] + i)));
+    for (; t < n_short; ++t)
+        acc = hn::Add(acc, hn::Mul(hn::PromoteTo(d16, hn::LoadU(d8, base[t] + i)), hn::Set(d16, w[t])));
+    return acc;
+}
+
+int LinearShortVec(const int16_t *HWY_RESTRICT w, const uint8_t *const *HWY_RESTRICT base, int n_plus, int n_minus,
+                   int n_short, int32_t scale, const uint8_t *lone_base, int32_t lone_w, float recip, bool divide,
+                   int32_t bias, int begin, int end, uint8_t *HWY_RESTRICT out) {
+    const hn::ScalableTag<int16_t> d16;
+    const hn::Rebind<uint8_t, decltype(d16)> d8;
+    const hn::Half<decltype(d16)> dh;
+    const hn::Rebind<int32_t, decltype(dh)> d32;
+    const hn::Rebind<float, decltype(d32)> df;
+    const hn::Rebind<uint8_t, decltype(d32)> d8h;
+    const int L = static_cast<int>(hn::Lanes(d16));
+    const int H = static_cast<int>(hn::Lanes(d32));
+    const bool direct = scale == 1 && !lone_base && !divide && bias >= -32768 && bias <= 32767;
+    const auto vbias16 = hn::Set(d16, static_cast<int16_t>(direct ? bias : 0));
+    const auto vbias = hn::Set(d32, bias), vscale = hn::Set(d32, scale), vlone = hn::Set(d32, lone_w);
+    const auto vrecip = hn::Set(df, recip);
+    int i = begin;
+    for (; i + L <= end; i += L) {
+        const auto acc = ShortSum(d16, d8, w, base, n_plus, n_minus, n_short, i);
+        if (direct) {
+            hn::StoreU(hn::DemoteTo(d8, hn::SaturatedAdd(acc, vbias16)), d8, out + i);
+            continue;
+        }
+        auto halves = [&](hn::Vec<decltype(d32)> v, int pos) {
+            if (scale != 1) v = hn::Mul(v, vscale);
+            if (lone_base) v = hn::Add(v, hn::Mul(hn::PromoteTo(d32, hn::LoadU(d8h, lone_base + pos)), vlone));
+            if (divide) v = hn::ConvertTo(d32, hn::Mul(hn::ConvertTo(df, v), vrecip));
+            hn::StoreU(hn::DemoteTo(d8h, hn::Add(v, vbias)), d8h, out + pos);
+        };
+        halves(hn::PromoteTo(d32, hn::LowerHalf(dh, acc)), i);
+        halves(hn::PromoteTo(d32, hn::UpperHalf(dh, acc)), i + H);
+    }
+    return i;
+}
+
+// v = (100 * C - trunc(p * S8 / 8)) / d: S8 in 16-bit lanes, the rest in
+// 32-bit and single precision (exact for SharpenFitsFloat percentages).
+int SharpenRowVec(float p, float recip, bool divide, const uint8_t *const *HWY_RESTRICT slots, int bpp, int begin,
+                  int end, uint8_t *HWY_RESTRICT out) {
+    const hn::ScalableTag<int16_t> d16;
+    const hn::Rebind<uint8_t, decltype(d16)> d8;
+    const hn::Half<decltype(d16)> dh;
+    const hn::Rebind<int32_t, decltype(dh)> d32;
+    const hn::Rebind<float, decltype(d32)> df;
+    const hn::Rebind<uint8_t, decltype(d32)> d8h;
+    const int L = static_cast<int>(hn::Lanes(d16));
+    const int H = static_cast<int>(hn::Lanes(d32));
+    const uint8_t *base[8] = {slots[0], slots[0] + bpp, slots[0] + 2 * bpp, slots[1],
+                              slots[1] + 2 * bpp, slots[2], slots[2] + bpp, slots[2] + 2 * bpp};
+    const uint8_t *centre = slots[1] + bpp;
+    const auto vp = hn::Set(df, p * 0.125f), vrecip = hn::Set(df, recip);
+    const auto hundred = hn::Set(d32, 100);
+    int i = begin;
+    for (; i + L <= end; i += L) {
+        const auto s8 = ShortSum(d16, d8, nullptr, base, 8, 0, 8, i);
+        auto halves = [&](hn::Vec<decltype(d32)> s, int pos) {
+            // p * S8 is exact, and so is its eighth.
+            const auto inner = hn::ConvertTo(d32, hn::Mul(vp, hn::ConvertTo(df, s)));
+            const auto c = hn::PromoteTo(d32, hn::LoadU(d8h, centre + pos));
+            auto num = hn::ConvertTo(df, hn::Sub(hn::Mul(c, hundred), inner));
+            if (divide) num = hn::Mul(num, vrecip);
+            hn::StoreU(hn::DemoteTo(d8h, hn::ConvertTo(d32, num)), d8h, out + pos);
+        };
+        halves(hn::PromoteTo(d32, hn::LowerHalf(dh, s8)), i);
+        halves(hn::PromoteTo(d32, hn::UpperHalf(dh, s8)), i + H);
+    }
+    return i;
+}
+
+#endif  // HWY_TARGET == HWY_SCALAR
+
+void ColumnUpdateVec(uint16_t *HWY_RESTRICT col, const uint8_t *HWY_RESTRICT add, const uint8_t *HWY_RESTRICT sub,
+                     std::size_t n) {
+    const hn::ScalableTag<uint16_t> d16;
+    const hn::Rebind<uint8_t, decltype(d16)> d8;
+    const std::size_t L = hn::Lanes(d16);
+    std::size_t i = 0;
+    for (; i + L <= n; i += L) {
+        const auto v = hn::Add(hn::LoadU(d16, col + i), hn::PromoteTo(d16, hn::LoadU(d8, add + i)));
+        hn::StoreU(hn::Sub(v, hn::PromoteTo(d16, hn::LoadU(d8, sub + i))), d16, col + i);
+    }
+    for (; i < n; ++i) col[i] = static_cast<uint16_t>(col[i] + add[i] - sub[i]);
+}
+
+}  // namespace HWY_NAMESPACE
+}  // namespace imge
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace imge {
+HWY_EXPORT(LinearFloatVec);
+HWY_EXPORT(LinearShortVec);
+HWY_EXPORT(SharpenRowVec);
+HWY_EXPORT(ColumnUpdateVec);
+
+void LinearRow(const LinearPlan &plan, const uint8_t *const *slots, int bpp, int begin, int end, uint8_t *out) {
+    if (plan.mode == LinearPlan::kPlain || ScalarForced()) return LinearRowPlain(plan, slots, bpp, begin, end, out);
+    const bool divide = plan.divisor != 1;
+    const int32_t bias = static_cast<int32_t>(plan.bias);
+    const uint8_t *base[LinearPlan::kMaxTaps];
+    int done;
+    if (plan.mode == LinearPlan::kFloat) {
+        float w[LinearPlan::kMaxTaps];
+        for (int t = 0; t < plan.n_taps; ++t) {
+            w[t] = static_cast<float>(plan.tap[t].w);
+            base[t] = slots[plan.tap[t].k] + plan.tap[t].j * bpp;
+        }
+        done = HWY_DYNAMIC_DISPATCH(LinearFloatVec)(w, base, plan.n_taps, plan.recip, divide, bias, begin, end, out);
+    } else {
+        for (int s = 0; s < plan.n_short; ++s) {
+            const LinearTap &t = plan.tap[plan.short_tap[s]];
+            base[s] = slots[t.k] + t.j * bpp;
+        }
+        const uint8_t *lone_base = nullptr;
+        int32_t lone_w = 0;
+        if (plan.lone >= 0) {
+            const LinearTap &t = plan.tap[plan.lone];
+            lone_base = slots[t.k] + t.j * bpp;
+            lone_w = static_cast<int32_t>(t.w);
+        }
+        done = HWY_DYNAMIC_DISPATCH(LinearShortVec)(plan.short_w, base, plan.n_plus, plan.n_minus, plan.n_short,
+                                                    plan.scale, lone_base, lone_w, plan.recip, divide, bias, begin,
+                                                    end, out);
+    }
+    if (done < end) LinearRowPlain(plan, slots, bpp, done, end, out);
+}
+
+void SharpenRow(int64_t p, int64_t d, const uint8_t *const *slots, int bpp, int begin, int end, uint8_t *out) {
+    if (!SharpenFitsFloat(p) || ScalarForced()) return SharpenRowPlain(p, d, slots, bpp, begin, end, out);
+    const int done = HWY_DYNAMIC_DISPATCH(SharpenRowVec)(static_cast<float>(p), RecipOf(d), d != 1, slots, bpp,
+                                                         begin, end, out);
+    if (done < end) SharpenRowPlain(p, d, slots, bpp, done, end, out);
+}
+
+void ColumnUpdate(uint16_t *col, const uint8_t *add, const uint8_t *sub, std::size_t n) {
+    if (ScalarForced()) return ColumnUpdatePlain(col, add, sub, n);
+    HWY_DYNAMIC_DISPATCH(ColumnUpdateVec)(col, add, sub, n);
+}
+
+}  // namespace imge
+#endif

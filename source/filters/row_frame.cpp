@@ -1,0 +1,92 @@
+#include "filters/row_frame.h"
+
+#include <cstring>
+
+#include "core/bitmap_check.h"
+#include "core/page_advice.h"
+#include "core/scratch.h"
+#include "core/target.h"
+#include "libtools.h"
+
+namespace imge {
+
+void PrepareRow(uint8_t *buffer, const IMF_BITMAP *bitmap, TLong y, TLong filter_size) {
+    const TLong r = y < 0 ? 0 : (y >= bitmap->Height ? bitmap->Height - 1 : y);
+    const std::size_t bpp = bitmap->BytesPerPixel;
+    const std::size_t half = static_cast<std::size_t>(filter_size >> 1);
+    const std::size_t row = static_cast<std::size_t>(bitmap->Width) * bpp;
+    if (row == 0) return;
+    const uint8_t *from = bitmap->Data + static_cast<std::size_t>(r) * static_cast<std::size_t>(bitmap->BytesPerLine);
+    uint8_t *body = buffer + half * bpp;
+    std::memcpy(body, from, row);
+    const uint8_t *last = body + row - bpp;
+    for (std::size_t k = 0; k < half; ++k) {
+        std::memcpy(buffer + k * bpp, body, bpp);
+        std::memcpy(body + row + k * bpp, last, bpp);
+    }
+}
+
+IMF_ERROR RunRowFrame(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, int n, bool params_ok,
+                      const RowKernelRef &kernel) {
+    if (!BitmapIsValid(src) || src->Type == IMF_BINARY) return IMF_ERRBADBITMAP;
+    if (!params_ok || n < 1 || n > kMaxRowFrameSide) return IMF_ERRBADPARAMS;
+    IMF_RECT rect;
+    if (imfGetClippingRect(src, area, &rect)) return IMF_ERRBADPARAMS;
+
+    // Every byte is an 8-bit sample here whatever BitsPerComponent says, so
+    // the work bitmap is always asked for with 8 bits (0 and 8 give the same
+    // bitmap; other values would only make the allocation fail).
+    IMF_BITMAP work;
+    if (!imfAllockEx(&work, src->Type, src->Pack, src->Width, src->Height, 8)) return IMF_ERRMEMORY;
+    AdviseLargeBuffer(work.Data, static_cast<std::size_t>(work.BytesPerLine) * static_cast<std::size_t>(work.Height));
+    if (area) CopyPixels(src, &work);
+    work.TransparentIndex = -1;
+    work.ColorUsed = src->ColorUsed;
+    if (imfCopyExtendedData(&work, src) != IMF_NOERROR) {
+        imfFree(&work);
+        return IMF_ERRMEMORY;
+    }
+
+    // n slots plus one: the row that left the neighbourhood stays readable
+    // for one more output row while its successor is fetched.
+    const int bpp = src->BytesPerPixel;
+    const int half = n >> 1;
+    const std::size_t row_bytes = (static_cast<std::size_t>(src->Width) + 2 * static_cast<std::size_t>(half)) *
+                                  static_cast<std::size_t>(bpp);
+    Scratch<uint8_t> ring;
+    if (row_bytes > static_cast<std::size_t>(-1) / static_cast<std::size_t>(n + 1) ||
+        !ring.Allocate(row_bytes * static_cast<std::size_t>(n + 1), true) ||
+        !kernel.prepare(kernel.context, src->Width, bpp)) {
+        imfFree(&work);
+        return IMF_ERRMEMORY;
+    }
+
+    if (rect.width > 0 && rect.height > 0) {
+        uint8_t *slot[kMaxRowFrameSide + 1];
+        for (int k = 0; k < n; ++k) slot[k] = ring.get() + static_cast<std::size_t>(k) * row_bytes;
+        slot[n] = nullptr;
+        uint8_t *spare = ring.get() + static_cast<std::size_t>(n) * row_bytes;
+        // Slot k holds row y - half + k: rows top - half .. top - half + n - 2
+        // first, then the bottom row of each output row's neighbourhood.
+        for (int k = 0; k + 1 < n; ++k) PrepareRow(slot[k], src, rect.top - half + k, n);
+        const int begin = rect.left * bpp;
+        const int end = (rect.left + rect.width) * bpp;
+        for (TLong y = rect.top; y < rect.top + rect.height; ++y) {
+            PrepareRow(slot[n - 1], src, y - half + n - 1, n);
+            uint8_t *out = work.Data + static_cast<std::size_t>(y) * static_cast<std::size_t>(work.BytesPerLine);
+            kernel.row(kernel.context, slot, begin, end, out);
+            uint8_t *leaving = slot[0];
+            uint8_t *reuse = slot[n] ? slot[n] : spare;
+            for (int k = 0; k + 1 < n; ++k) slot[k] = slot[k + 1];
+            slot[n - 1] = reuse;
+            slot[n] = leaving;
+        }
+    }
+
+    // A colour map on a type that has none is not carried over.
+    if (src->ColorMap && work.ColorMap) std::memcpy(work.ColorMap, src->ColorMap, sizeof(IMF_COLORMAP));
+    HandOver(src, dst, &work);
+    return IMF_NOERROR;
+}
+
+}  // namespace imge

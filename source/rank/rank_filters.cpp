@@ -1,0 +1,48 @@
+// The rank filters and the Gaussian blur: each is the shared row frame with
+// its size test and its row kernel.
+#include "filters/row_frame.h"
+#include "libformat.h"
+#include "rank/rank_kernels.h"
+
+namespace {
+
+constexpr TLong kLargestRank = 15;
+constexpr TLong kLargestGauss = 25;
+
+bool RankSizeOk(TLong n) { return n >= 2 && n <= kLargestRank; }
+
+template <typename Kernel>
+IMF_ERROR Run(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, TLong n, bool size_ok, Kernel kernel) {
+    return imge::RunRowFilter(src, dst, area, size_ok ? static_cast<int>(n) : 1, size_ok, kernel);
+}
+
+}  // namespace
+
+extern "C" {
+
+IMF_ERROR imfMinimum(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, TLong filter_size) {
+    const bool ok = RankSizeOk(filter_size);
+    return Run(src, dst, area, filter_size, ok, imge::MinMaxKernel(false, ok ? filter_size : 2));
+}
+
+IMF_ERROR imfMaximum(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, TLong filter_size) {
+    const bool ok = RankSizeOk(filter_size);
+    return Run(src, dst, area, filter_size, ok, imge::MinMaxKernel(true, ok ? filter_size : 2));
+}
+
+IMF_ERROR imfMedianBox(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, TLong filter_size) {
+    const bool ok = RankSizeOk(filter_size);
+    return Run(src, dst, area, filter_size, ok, imge::MedianBoxKernel(ok ? filter_size : 2));
+}
+
+IMF_ERROR imfMedianCross(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, TLong filter_size) {
+    const bool ok = RankSizeOk(filter_size);
+    return Run(src, dst, area, filter_size, ok, imge::MedianCrossKernel(ok ? filter_size : 2));
+}
+
+IMF_ERROR imfBlurGaussian(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, TLong filter_size) {
+    const bool ok = filter_size >= 2 && filter_size <= kLargestGauss;
+    return Run(src, dst, area, filter_size, ok, imge::GaussKernel(ok ? filter_size : 2));
+}
+
+}  // extern "C"

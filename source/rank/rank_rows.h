@@ -1,0 +1,96 @@
+// Row kernels of the rank filters and the Gaussian blur.
+//
+// Every kernel computes the output bytes i = begin .. end - 1 of one row from
+// the n edge-extended rows of its neighbourhood: slots[k] is the row of ring
+// slot k, and the sample at column offset j (0 .. n - 1, i.e. j - n/2 from
+// the centre) of output byte i is slots[k][i + j * bpp]. Output byte i goes
+// to out[i]. The kernels read slots[k][begin .. end + (n - 1) * bpp - 1].
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace imge {
+
+// ---- Minimum / maximum: separable running extremes ----------------------------
+// Vertical extreme over the n rows, then the horizontal extreme of the n
+// columns by doubling windows (1, 2, 4, ... then two overlapping windows).
+// scratch holds at least (end - begin) + (n - 1) * bpp bytes. With
+// vertical_done the scratch already holds the vertical extremes (of
+// positions begin ..) and slots are not read.
+void MinMaxRow(bool is_max, const uint8_t *const *slots, int n, int bpp, int begin, int end,
+               uint8_t *scratch, uint8_t *out, bool vertical_done = false);
+// dst[t] = min or max of a[t] and b[t] for t < len (dst may be a or b).
+void PickRows(bool is_max, const uint8_t *a, const uint8_t *b, uint8_t *dst, std::size_t len);
+
+// ---- Selection networks ---------------------------------------------------------
+// A compare-exchange network (Batcher's odd-even merge sort, padded with
+// 255s to a power of two), reduced to the operations that reach the wanted
+// outputs and to the registers they need. Executed on vectors of bytes.
+struct NetInput {
+    int16_t row;     // index into the row pointer array
+    int16_t column;  // sample offset in pixels (times bpp)
+};
+struct NetOp {
+    uint8_t dst, a, b, is_max;
+};
+struct NetProgram {
+    static constexpr int kMaxWires = 64;
+    static constexpr int kMaxOps = 1100;
+    int n_inputs = 0;
+    NetInput input[kMaxWires] = {};
+    uint8_t input_reg[kMaxWires] = {};  // register of each input, 255 when unused
+    int n_outputs = 0;
+    uint8_t output_reg[kMaxWires] = {};
+    int n_ops = 0;
+    NetOp op[kMaxOps] = {};
+    int n_regs = 0;
+};
+
+// Sorts the n samples rows[0..n-1][t] ascending for every position t;
+// output r is the (r+1)-th smallest.
+void BuildColumnSort(int n, NetProgram *p);
+// The ((n * n) >> 1)-th smallest (from 0) of an n x n square given n sorted
+// columns: input (r, j) is rows[r][i + j * bpp], rows[r] the r-th smallest
+// of each column.
+void BuildBoxSelect(int n, NetProgram *p);
+// The (n - 1)-th smallest of the 2n - 1 cross samples: the centre column of
+// every slot but slot n/2, and every column of slot n/2.
+void BuildCrossSelect(int n, NetProgram *p);
+
+// Runs program p, built by the builder `kind` for size n, for positions
+// 0 .. count - 1: input q reads rows[input.row][pos + input.column * bpp];
+// output r is written to outs[r][pos]. Outputs must not alias inputs. The
+// vector path runs the same network compiled for that kind and size.
+enum NetKind { kNetColumnSort, kNetBoxSelect, kNetCrossSelect };
+void RunNet(const NetProgram &p, int kind, int n, const uint8_t *const *rows, int bpp, std::size_t count,
+            uint8_t *const *outs);
+
+// ---- Median by a sliding histogram -----------------------------------------------
+// The ((n * n) >> 1)-th smallest of each n x n neighbourhood, one histogram
+// per byte position sliding along the row (for the larger sizes).
+void MedianHistogramRow(const uint8_t *const *slots, int n, int bpp, int begin, int end, uint8_t *out);
+
+// ---- Gaussian blur -----------------------------------------------------------------
+// Separable single-precision pass: vertical weights v[k], then horizontal
+// weights h[j] (already divided by the weight sum); the result truncated.
+struct GaussWeights {
+    int n = 0;
+    float v[25];
+    float h[25];
+};
+void MakeGaussWeights(int n, GaussWeights *w);
+// scratch holds at least (end - begin) + (n - 1) * bpp floats.
+void GaussRow(const GaussWeights &w, const uint8_t *const *slots, int bpp, int begin, int end, float *scratch,
+              uint8_t *out);
+
+// Scalar versions (the plain paths; identical bytes).
+void MinMaxRowScalar(bool is_max, const uint8_t *const *slots, int n, int bpp, int begin, int end,
+                     uint8_t *scratch, uint8_t *out, bool vertical_done);
+void PickRowsScalar(bool is_max, const uint8_t *a, const uint8_t *b, uint8_t *dst, std::size_t len);
+void RunNetScalar(const NetProgram &p, const uint8_t *const *rows, int bpp, std::size_t begin, std::size_t count,
+                  uint8_t *const *outs);
+void GaussRowScalar(const GaussWeights &w, const uint8_t *const *slots, int bpp, int begin, int end, float *scratch,
+                    uint8_t *out);
+
+}  // namespace imge

@@ -1,0 +1,277 @@
+// Vector row kernels of the rank filters and the Gaussian blur (Highway,
+// dispatched at run time). Each computes exactly what its plain twin in
+// rank_rows.cpp computes, in the same order of operations.
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "rank/rank_rows_hwy.cpp"
+#include <hwy/foreach_target.h>  // IWYU pragma: keep
+#include <hwy/highway.h>
+
+#include <cstring>
+#include <utility>
+
+#include "core/dispatch.h"
+#include "rank/net_build.h"
+#include "rank/rank_rows.h"
+
+#ifndef IMGE_RANK_FIXED_NETS
+#define IMGE_RANK_FIXED_NETS
+namespace imge {
+namespace nets {
+// The networks of every size, built by the compiler.
+template <int n>
+struct Box {
+    static constexpr NetProgram kSort = net::ColumnSort(n);
+    static constexpr NetProgram kSelect = net::BoxSelect(n);
+};
+template <int n>
+struct Cross {
+    static constexpr NetProgram kSelect = net::CrossSelect(n);
+};
+}  // namespace nets
+}  // namespace imge
+#endif
+
+HWY_BEFORE_NAMESPACE();
+namespace imge {
+namespace HWY_NAMESPACE {
+namespace hn = hwy::HWY_NAMESPACE;
+
+template <bool is_max, class D, class V>
+HWY_INLINE V Pick(D, V a, V b) {
+    return is_max ? hn::Max(a, b) : hn::Min(a, b);
+}
+
+template <bool is_max>
+void MinMaxImpl(const uint8_t *const *slots, int n, int bpp, int begin, int end, uint8_t *HWY_RESTRICT scratch,
+                uint8_t *HWY_RESTRICT out, bool vertical_done) {
+    const hn::ScalableTag<uint8_t> d;
+    const std::size_t L = hn::Lanes(d);
+    const std::size_t count = static_cast<std::size_t>(end - begin);
+    std::size_t len = count + static_cast<std::size_t>(n - 1) * bpp;
+    auto pick = [](uint8_t a, uint8_t b) -> uint8_t { return is_max ? (a > b ? a : b) : (a < b ? a : b); };
+
+    // Vertical extreme, several rows per pass over the scratch row.
+    std::size_t t = 0;
+    if (!vertical_done) {
+        for (; t + L <= len; t += L) {
+            auto v = hn::LoadU(d, slots[0] + begin + t);
+            for (int k = 1; k < n; ++k) v = Pick<is_max>(d, v, hn::LoadU(d, slots[k] + begin + t));
+            hn::StoreU(v, d, scratch + t);
+        }
+        for (; t < len; ++t) {
+            uint8_t v = slots[0][begin + t];
+            for (int k = 1; k < n; ++k) v = pick(v, slots[k][begin + t]);
+            scratch[t] = v;
+        }
+    }
+    uint8_t *o = out + begin;
+    if (n <= 4) {  // few columns: straight from the vertical extremes
+        t = 0;
+        for (; t + L <= count; t += L) {
+            auto v = hn::LoadU(d, scratch + t);
+            for (int j = 1; j < n; ++j) v = Pick<is_max>(d, v, hn::LoadU(d, scratch + t + static_cast<std::size_t>(j) * bpp));
+            hn::StoreU(v, d, o + t);
+        }
+        for (; t < count; ++t) {
+            uint8_t v = scratch[t];
+            for (int j = 1; j < n; ++j) v = pick(v, scratch[t + static_cast<std::size_t>(j) * bpp]);
+            o[t] = v;
+        }
+        return;
+    }
+    int p = 1;
+    while (4 * p <= n) {
+        const std::size_t shift = static_cast<std::size_t>(p) * bpp;
+        len -= shift;
+        t = 0;
+        for (; t + L <= len; t += L)
+            hn::StoreU(Pick<is_max>(d, hn::LoadU(d, scratch + t), hn::LoadU(d, scratch + t + shift)), d, scratch + t);
+        for (; t < len; ++t) scratch[t] = pick(scratch[t], scratch[t + shift]);
+        p *= 2;
+    }
+    const std::size_t a = static_cast<std::size_t>(p) * bpp, b = static_cast<std::size_t>(n - 2 * p) * bpp;
+    t = 0;
+    for (; t + L <= count; t += L) {
+        const auto lo = Pick<is_max>(d, hn::LoadU(d, scratch + t), hn::LoadU(d, scratch + t + a));
+        const auto hi = Pick<is_max>(d, hn::LoadU(d, scratch + t + b), hn::LoadU(d, scratch + t + b + a));
+        hn::StoreU(Pick<is_max>(d, lo, hi), d, o + t);
+    }
+    for (; t < count; ++t) o[t] = pick(pick(scratch[t], scratch[t + a]), pick(scratch[t + b], scratch[t + b + a]));
+}
+
+void MinMaxRowVec(bool is_max, const uint8_t *const *slots, int n, int bpp, int begin, int end,
+                  uint8_t *HWY_RESTRICT scratch, uint8_t *HWY_RESTRICT out, bool vertical_done) {
+    if (is_max)
+        MinMaxImpl<true>(slots, n, bpp, begin, end, scratch, out, vertical_done);
+    else
+        MinMaxImpl<false>(slots, n, bpp, begin, end, scratch, out, vertical_done);
+}
+
+template <bool is_max>
+void PickImpl(const uint8_t *a, const uint8_t *b, uint8_t *dst, std::size_t len) {
+    const hn::ScalableTag<uint8_t> d;
+    const std::size_t L = hn::Lanes(d);
+    std::size_t t = 0;
+    for (; t + L <= len; t += L) hn::StoreU(Pick<is_max>(d, hn::LoadU(d, a + t), hn::LoadU(d, b + t)), d, dst + t);
+    for (; t < len; ++t) dst[t] = is_max ? (a[t] > b[t] ? a[t] : b[t]) : (a[t] < b[t] ? a[t] : b[t]);
+}
+
+void PickRowsVec(bool is_max, const uint8_t *a, const uint8_t *b, uint8_t *dst, std::size_t len) {
+    if (is_max)
+        PickImpl<true>(a, b, dst, len);
+    else
+        PickImpl<false>(a, b, dst, len);
+}
+
+// A fixed network unrolled into straight-line code: every register index is
+// a compile-time constant, so the registers live in vector registers (or
+// spill slots) instead of being looked up per operation.
+template <const NetProgram &P>
+struct FixedNet {
+    template <class D, class V, std::size_t... I>
+    static HWY_INLINE void Load(D d, V *r, const uint8_t *const *rows, std::size_t pos, int bpp,
+                                std::index_sequence<I...>) {
+        ((P.input_reg[I] != 255
+              ? (void)(r[P.input_reg[I]] =
+                           hn::LoadU(d, rows[P.input[I].row] + pos + static_cast<std::size_t>(P.input[I].column) * bpp))
+              : (void)0),
+         ...);
+    }
+    template <std::size_t I, class V>
+    static HWY_INLINE void Op(V *r) {
+        constexpr NetOp o = P.op[I];
+        if constexpr (o.is_max != 0)
+            r[o.dst] = hn::Max(r[o.a], r[o.b]);
+        else
+            r[o.dst] = hn::Min(r[o.a], r[o.b]);
+    }
+    template <class V, std::size_t... I>
+    static HWY_INLINE void Ops(V *r, std::index_sequence<I...>) {
+        (Op<I>(r), ...);
+    }
+    template <class D, class V, std::size_t... I>
+    static HWY_INLINE void Store(D d, const V *r, uint8_t *const *outs, std::size_t pos, std::index_sequence<I...>) {
+        (hn::StoreU(r[P.output_reg[I]], d, outs[I] + pos), ...);
+    }
+
+    static std::size_t Run(const uint8_t *const *rows, int bpp, std::size_t count, uint8_t *const *outs) {
+        const hn::ScalableTag<uint8_t> d;
+        using V = decltype(hn::Zero(d));
+        const std::size_t L = hn::Lanes(d);
+        if (count < L) return 0;
+        V r[P.n_regs];
+        auto step = [&](std::size_t pos) HWY_ATTR {
+            Load(d, r, rows, pos, bpp, std::make_index_sequence<P.n_inputs>());
+            Ops(r, std::make_index_sequence<P.n_ops>());
+            Store(d, r, outs, pos, std::make_index_sequence<P.n_outputs>());
+        };
+        std::size_t pos = 0;
+        for (; pos + L <= count; pos += L) step(pos);
+        // The last positions once more in a vector that overlaps the previous
+        // one: outputs never alias inputs, so recomputing them is harmless.
+        if (pos < count) step(count - L);
+        return count;
+    }
+};
+
+std::size_t RunNetVec(int kind, int n, const uint8_t *const *rows, int bpp, std::size_t count,
+                      uint8_t *const *outs) {
+    using nets::Box;
+    using nets::Cross;
+#define IMGE_BOX(N)                                                            \
+    case N:                                                                    \
+        return kind == kNetColumnSort ? FixedNet<Box<N>::kSort>::Run(rows, bpp, count, outs) \
+                                      : FixedNet<Box<N>::kSelect>::Run(rows, bpp, count, outs);
+#define IMGE_CROSS(N) \
+    case N:           \
+        return FixedNet<Cross<N>::kSelect>::Run(rows, bpp, count, outs);
+    if (kind == kNetCrossSelect) {
+        switch (n) {
+            IMGE_CROSS(2) IMGE_CROSS(3) IMGE_CROSS(4) IMGE_CROSS(5) IMGE_CROSS(6) IMGE_CROSS(7) IMGE_CROSS(8)
+            IMGE_CROSS(9) IMGE_CROSS(10) IMGE_CROSS(11) IMGE_CROSS(12) IMGE_CROSS(13) IMGE_CROSS(14) IMGE_CROSS(15)
+        default: return 0;
+        }
+    }
+    switch (n) {
+        IMGE_BOX(2) IMGE_BOX(3) IMGE_BOX(4) IMGE_BOX(5) IMGE_BOX(6) IMGE_BOX(7) IMGE_BOX(8)
+    default: return 0;
+    }
+#undef IMGE_BOX
+#undef IMGE_CROSS
+}
+
+void GaussRowVec(const GaussWeights &w, const uint8_t *const *slots, int bpp, int begin, int end,
+                 float *HWY_RESTRICT scratch, uint8_t *HWY_RESTRICT out) {
+    const hn::ScalableTag<float> df;
+    const hn::Rebind<int32_t, decltype(df)> di;
+    const hn::Rebind<uint8_t, decltype(df)> d8;
+    const std::size_t L = hn::Lanes(df);
+    const int n = w.n;
+    const std::size_t count = static_cast<std::size_t>(end - begin);
+    const std::size_t len = count + static_cast<std::size_t>(n - 1) * bpp;
+    auto load = [&](const uint8_t *p) { return hn::ConvertTo(df, hn::PromoteTo(di, hn::LoadU(d8, p))); };
+    std::size_t t = 0;
+    for (; t + L <= len; t += L) {
+        auto acc = hn::Mul(hn::Set(df, w.v[0]), load(slots[0] + begin + t));
+        for (int k = 1; k < n; ++k) acc = hn::Add(acc, hn::Mul(hn::Set(df, w.v[k]), load(slots[k] + begin + t)));
+        hn::StoreU(acc, df, scratch + t);
+    }
+    for (; t < len; ++t) {
+        float acc = w.v[0] * static_cast<float>(slots[0][begin + t]);
+        for (int k = 1; k < n; ++k) acc = acc + w.v[k] * static_cast<float>(slots[k][begin + t]);
+        scratch[t] = acc;
+    }
+    uint8_t *o = out + begin;
+    std::size_t i = 0;
+    for (; i + L <= count; i += L) {
+        auto acc = hn::Mul(hn::Set(df, w.h[0]), hn::LoadU(df, scratch + i));
+        for (int j = 1; j < n; ++j)
+            acc = hn::Add(acc, hn::Mul(hn::Set(df, w.h[j]), hn::LoadU(df, scratch + i + static_cast<std::size_t>(j) * bpp)));
+        const auto q = hn::ConvertTo(di, acc);  // truncates toward zero
+        hn::StoreU(hn::DemoteTo(d8, q), d8, o + i);
+    }
+    for (; i < count; ++i) {
+        float acc = w.h[0] * scratch[i];
+        for (int j = 1; j < n; ++j) acc = acc + w.h[j] * scratch[i + static_cast<std::size_t>(j) * bpp];
+        const int q = static_cast<int>(acc);
+        o[i] = static_cast<uint8_t>(q > 255 ? 255 : q < 0 ? 0 : q);
+    }
+}
+
+}  // namespace HWY_NAMESPACE
+}  // namespace imge
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace imge {
+HWY_EXPORT(MinMaxRowVec);
+HWY_EXPORT(PickRowsVec);
+HWY_EXPORT(RunNetVec);
+HWY_EXPORT(GaussRowVec);
+
+void MinMaxRow(bool is_max, const uint8_t *const *slots, int n, int bpp, int begin, int end, uint8_t *scratch,
+               uint8_t *out, bool vertical_done) {
+    if (ScalarForced()) return MinMaxRowScalar(is_max, slots, n, bpp, begin, end, scratch, out, vertical_done);
+    HWY_DYNAMIC_DISPATCH(MinMaxRowVec)(is_max, slots, n, bpp, begin, end, scratch, out, vertical_done);
+}
+
+void PickRows(bool is_max, const uint8_t *a, const uint8_t *b, uint8_t *dst, std::size_t len) {
+    if (ScalarForced()) return PickRowsScalar(is_max, a, b, dst, len);
+    HWY_DYNAMIC_DISPATCH(PickRowsVec)(is_max, a, b, dst, len);
+}
+
+void RunNet(const NetProgram &p, int kind, int n, const uint8_t *const *rows, int bpp, std::size_t count,
+            uint8_t *const *outs) {
+    std::size_t done = 0;
+    if (!ScalarForced()) done = HWY_DYNAMIC_DISPATCH(RunNetVec)(kind, n, rows, bpp, count, outs);
+    RunNetScalar(p, rows, bpp, done, count, outs);
+}
+
+void GaussRow(const GaussWeights &w, const uint8_t *const *slots, int bpp, int begin, int end, float *scratch,
+              uint8_t *out) {
+    if (ScalarForced()) return GaussRowScalar(w, slots, bpp, begin, end, scratch, out);
+    HWY_DYNAMIC_DISPATCH(GaussRowVec)(w, slots, bpp, begin, end, scratch, out);
+}
+
+}  // namespace imge
+#endif

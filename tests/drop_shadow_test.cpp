@@ -1,0 +1,190 @@
+// The drop shadow: the stated geometry examples, the literal steps (with the
+// tile blurred by the plain Gaussian, so shadow bytes may differ by one),
+// small images, colour maps, four-byte pixels and bad input.
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <cstdlib>
+#include <cstring>
+#include <random>
+
+#include "libformat.h"
+#include "libimge.h"
+#include "libtools.h"
+#include "reference/rank_reference.h"
+#include "support/bitmaps.h"
+
+using testing_support::Clone;
+using testing_support::Diff;
+using testing_support::OwnedImf;
+
+namespace {
+
+const TUbyte *Pixel(const IMF_BITMAP &b, int x, int y) {
+    return b.Data + static_cast<long long>(y) * b.BytesPerLine + static_cast<long long>(x) * b.BytesPerPixel;
+}
+
+// Largest difference between two bitmaps of the same geometry.
+int MaxDiff(const IMF_BITMAP &a, const IMF_BITMAP &b) {
+    int worst = 0;
+    for (int y = 0; y < a.Height; ++y)
+        for (int i = 0; i < a.Width * a.BytesPerPixel; ++i)
+            worst = std::max(worst, std::abs(int(Pixel(a, 0, y)[i]) - int(Pixel(b, 0, y)[i])));
+    return worst;
+}
+
+TEST(DropShadow, FollowsTheStepsForTypesSizesAndDepths) {
+    std::mt19937 rng(44);
+    struct Case { unsigned type; int w, h, size, depth, keep, pack; };
+    const Case cases[] = {
+        {IMF_RGB, 100, 80, 4, 6, 0, 1},  {IMF_RGB, 100, 80, 4, 6, 1, 4},   {IMF_GREY, 64, 70, 0, 3, 0, 4},
+        {IMF_RGBA, 90, 64, 2, 0, 0, 1},  {IMF_CMYK, 65, 66, 7, 9, 0, 8},   {IMF_COLORS, 80, 80, 1, 1, 0, 4},
+        {IMF_BGR, 120, 96, 16, 2, 0, 2}, {IMF_ARGB, 200, 150, 9, 40, 1, 1}, {IMF_GREY, 64, 64, 3, 1, 1, 16},
+    };
+    for (const Case &c : cases) {
+        OwnedImf src, before, want, got;
+        testing_support::MakeRandom(rng, c.type, c.w, c.h, c.pack, &src);
+        Clone(*src.get(), &before);
+        ASSERT_EQ(reference::DropShadowOp(*src.get(), c.size, c.depth, c.keep, want.get()), IMF_NOERROR);
+        ASSERT_EQ(imfDropShadow(src.get(), got.get(), nullptr, c.size, c.depth, c.keep), IMF_NOERROR);
+        EXPECT_EQ(Diff(*src.get(), *before.get()), "");
+        ASSERT_EQ(got->Width, want->Width);
+        ASSERT_EQ(got->Height, want->Height);
+        EXPECT_LE(MaxDiff(*got.get(), *want.get()), 1) << testing_support::TypeName(c.type) << " size " << c.size;
+        if (c.type == IMF_COLORS) {
+            EXPECT_EQ(std::memcmp(got->ColorMap, src->ColorMap, sizeof(IMF_COLORMAP)), 0);
+        }
+        // In place gives the same bitmap.
+        ASSERT_EQ(imfDropShadow(src.get(), nullptr, nullptr, c.size, c.depth, c.keep), IMF_NOERROR);
+        EXPECT_EQ(Diff(*src.get(), *got.get()), "");
+    }
+}
+
+TEST(DropShadow, StatedGeometry) {
+    std::mt19937 rng(1);
+    {  // 64 x 64 with size 0 and depth 0: the image itself.
+        OwnedImf src, got;
+        testing_support::MakeRandom(rng, IMF_RGB, 64, 64, 1, &src);
+        ASSERT_EQ(imfDropShadow(src.get(), got.get(), nullptr, 0, 0, 0), IMF_NOERROR);
+        EXPECT_EQ(Diff(*got.get(), *src.get()), "");
+    }
+    {  // 100 x 80, size 4, depth 6: 132 x 112, image at (16, 16), shadow 116 x 96 at (14, 14).
+        OwnedImf src, got;
+        testing_support::MakeRandom(rng, IMF_RGB, 100, 80, 1, &src);
+        ASSERT_EQ(imfDropShadow(src.get(), got.get(), nullptr, 4, 6, 0), IMF_NOERROR);
+        ASSERT_EQ(got->Width, 132);
+        ASSERT_EQ(got->Height, 112);
+        for (int y = 0; y < 80; ++y) ASSERT_EQ(std::memcmp(Pixel(*got.get(), 16, y + 16), Pixel(*src.get(), 0, y), 300), 0);
+        for (int y = 0; y < 112; ++y)
+            for (int x = 0; x < 132; ++x) {
+                const bool in_shadow = x >= 14 && x < 14 + 116 && y >= 14 && y < 14 + 96;
+                if (!in_shadow) {
+                    const TUbyte *p = Pixel(*got.get(), x, y);
+                    ASSERT_TRUE(p[0] == 255 && p[1] == 255 && p[2] == 255) << x << "," << y;
+                }
+            }
+        // Darker towards the inside along the bottom edge band (below the image).
+        EXPECT_GT(Pixel(*got.get(), 60, 14 + 95)[0], Pixel(*got.get(), 60, 14 + 85)[0]);
+        EXPECT_LT(Pixel(*got.get(), 60, 14 + 85)[0], 255);
+    }
+    {  // keep_size: 100 x 80 holding the image reduced to 68 x 48.
+        OwnedImf src, got, reduced;
+        testing_support::MakeRandom(rng, IMF_RGB, 100, 80, 1, &src);
+        ASSERT_EQ(imfDropShadow(src.get(), got.get(), nullptr, 4, 6, 1), IMF_NOERROR);
+        ASSERT_EQ(got->Width, 100);
+        ASSERT_EQ(got->Height, 80);
+        ASSERT_EQ(imfResize(src.get(), reduced.get(), 68, 48, 0), IMF_NOERROR);
+        for (int y = 0; y < 48; ++y)
+            ASSERT_EQ(std::memcmp(Pixel(*got.get(), 16, y + 16), Pixel(*reduced.get(), 0, y), 68 * 3), 0);
+    }
+}
+
+TEST(DropShadow, FourBytePixelsKeepTheirLastByteWhite) {
+    OwnedImf src, got;
+    ASSERT_NE(imfAllock(src.get(), IMF_RGBA, 1, 64, 64), 0);
+    ASSERT_EQ(imfDropShadow(src.get(), got.get(), nullptr, 2, 5, 0), IMF_NOERROR);
+    bool some_shadow = false;
+    for (int y = 0; y < got->Height; ++y)
+        for (int x = 0; x < got->Width; ++x) {
+            const bool image = x >= got->Width / 2 - 32 && y >= got->Height / 2 - 32 && x < got->Width / 2 - 32 + 64 &&
+                               y < got->Height / 2 - 32 + 64;
+            if (image) continue;
+            const TUbyte *p = Pixel(*got.get(), x, y);
+            ASSERT_EQ(p[3], 255);
+            ASSERT_TRUE(p[0] == p[1] && p[1] == p[2]);
+            some_shadow |= p[0] < 128;
+        }
+    EXPECT_TRUE(some_shadow);
+}
+
+TEST(DropShadow, LargeSizeStillFinishesAndPaintsNoVisibleShadow) {
+    std::mt19937 rng(2);
+    OwnedImf src, got;
+    testing_support::MakeRandom(rng, IMF_GREY, 64, 64, 1, &src);
+    ASSERT_EQ(imfDropShadow(src.get(), got.get(), nullptr, 400, 0, 0), IMF_NOERROR);
+    ASSERT_EQ(got->Width, 64 + 2000);
+    int darkest = 255;
+    for (int y = 0; y < got->Height; y += 7)
+        for (int x = 0; x < 900; ++x) darkest = std::min(darkest, int(Pixel(*got.get(), x, y)[0]));
+    EXPECT_GE(darkest, 250);
+}
+
+TEST(DropShadow, SmallImagesAreCopied) {
+    std::mt19937 rng(3);
+    OwnedImf src, got, before;
+    testing_support::MakeRandom(rng, IMF_RGB, 63, 100, 4, &src);
+    Clone(*src.get(), &before);
+    ASSERT_EQ(imfDropShadow(src.get(), got.get(), nullptr, 3, 3, 0), IMF_NOERROR);
+    EXPECT_EQ(Diff(*got.get(), *src.get()), "");
+    ASSERT_EQ(imfDropShadow(src.get(), nullptr, nullptr, 3, 3, 1), IMF_NOERROR);
+    EXPECT_EQ(Diff(*src.get(), *before.get()), "");
+    const IMF_RECT area{10, 20, 30, 40};
+    OwnedImf part;
+    ASSERT_EQ(imfDropShadow(src.get(), part.get(), &area, 3, 3, 0), IMF_NOERROR);
+    EXPECT_EQ(part->Width, 30);
+    EXPECT_EQ(part->Height, 40);
+    EXPECT_EQ(std::memcmp(Pixel(*part.get(), 0, 0), Pixel(*src.get(), 10, 20), 90), 0);
+}
+
+TEST(DropShadow, BadInputIsRefusedWithNothingChanged) {
+    std::mt19937 rng(4);
+    struct Case { unsigned type; int bits; TLong size, depth, keep; IMF_ERROR rc; };
+    const Case cases[] = {
+        {IMF_RGB, 0, -1, 0, 0, IMF_ERRBADPARAMS},      {IMF_RGB, 0, 0, -1, 0, IMF_ERRBADPARAMS},
+        {IMF_RGB, 0, INT_MIN, 3, 0, IMF_ERRBADPARAMS}, {IMF_RGB, 0, 10, 10, 1, IMF_ERRBADPARAMS},
+        {IMF_RGB, 0, 13, 0, 1, IMF_ERRBADPARAMS},      {IMF_BINARY, 0, 2, 2, 0, IMF_ERRBADBITMAP},
+        {IMF_RGB, 0, INT_MAX, INT_MAX, 0, IMF_ERRMEMORY},
+    };
+    for (const Case &c : cases) {
+        OwnedImf src, before;
+        testing_support::MakeRandom(rng, c.type, 70, 64, 1, &src);
+        Clone(*src.get(), &before);
+        IMF_BITMAP dst;
+        std::memset(&dst, 0x5A, sizeof dst);
+        const IMF_BITMAP dst_before = dst;
+        EXPECT_EQ(imfDropShadow(src.get(), &dst, nullptr, c.size, c.depth, c.keep), c.rc) << c.size << " " << c.depth;
+        EXPECT_EQ(std::memcmp(&dst, &dst_before, sizeof dst), 0);
+        EXPECT_EQ(imfDropShadow(src.get(), nullptr, nullptr, c.size, c.depth, c.keep), c.rc);
+        EXPECT_EQ(Diff(*src.get(), *before.get()), "");
+    }
+    OwnedImf deep;
+    ASSERT_NE(imfAllock(deep.get(), IMF_GREY, 1, 70, 70), 0);
+    deep->BitsPerComponent = 16;
+    EXPECT_EQ(imfDropShadow(deep.get(), nullptr, nullptr, 1, 1, 0), IMF_ERRBADBITMAP);
+}
+
+TEST(DropShadow, PublicEntryPoint) {
+    IMG_BITMAP *img = imgCreateBitmap(IMG_RGB, 100, 80);
+    ASSERT_NE(img, nullptr);
+    IMG_BITMAP *out = nullptr;
+    ASSERT_EQ(imgDropShadow(img, &out, 4, 6, 0), IMG_NO_ERROR);
+    ASSERT_NE(out, nullptr);
+    EXPECT_EQ(out->Width, 132);
+    EXPECT_EQ(out->Height, 112);
+    ASSERT_EQ(imgDropShadow(img, nullptr, 4, 6, 1), IMG_NO_ERROR);
+    EXPECT_EQ(img->Width, 100);
+    imgFreeBitmap(out);
+    imgFreeBitmap(img);
+}
+
+}  // namespace

@@ -1,0 +1,446 @@
+// The linear neighbourhood filters: against their plain references on random
+// bitmaps, the stated examples, and refusals.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <functional>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "filters/linear_rows.h"
+#include "libformat.h"
+#include "libimge.h"
+#include "libtools.h"
+#include "reference/filters_reference.h"
+#include "support/bitmaps.h"
+
+using testing_support::OwnedImf;
+
+namespace {
+
+using FastOp = std::function<IMF_ERROR(IMF_BITMAP *, IMF_BITMAP *, const IMF_RECT *)>;
+using RefOp = std::function<void(const IMF_BITMAP &, IMF_BITMAP *, const IMF_RECT &)>;
+
+struct Drawn {
+    std::string name;
+    FastOp fast;
+    RefOp ref;
+};
+
+// One random operation with random parameters, including parameters whose
+// sums leave the vector path's exact range.
+Drawn DrawOp(std::mt19937 &rng) {
+    std::uniform_int_distribution<int> which(0, 7);
+    switch (which(rng)) {
+        case 0: {
+            IMG_FILTER f{};
+            f.Size = static_cast<IMG_INT16>(std::uniform_int_distribution<int>(1, 7)(rng));
+            const bool big = std::uniform_int_distribution<int>(0, 4)(rng) == 0;
+            std::uniform_int_distribution<int> coef(big ? -30000 : -9, big ? 30000 : 9);
+            for (int i = 0; i < f.Size * f.Size; ++i) f.Matrix[i] = static_cast<IMG_INT16>(coef(rng));
+            do f.Divisor = static_cast<IMG_INT16>(std::uniform_int_distribution<int>(-40, 40)(rng));
+            while (f.Divisor == 0);
+            f.Bias = static_cast<IMG_INT16>(std::uniform_int_distribution<int>(-300, 300)(rng));
+            return {"convolve " + std::to_string(f.Size) + (big ? " big" : ""),
+                    [f](IMF_BITMAP *s, IMF_BITMAP *d, const IMF_RECT *a) { return imfConvolve(s, d, a, &f); },
+                    [f](const IMF_BITMAP &s, IMF_BITMAP *t, const IMF_RECT &r) { reference::Convolve(s, t, r, f); }};
+        }
+        case 1: {
+            const int index = std::uniform_int_distribution<int>(0, 8)(rng);
+            return {"index " + std::to_string(index),
+                    [index](IMF_BITMAP *s, IMF_BITMAP *d, const IMF_RECT *a) { return imfConvolveIndex(s, d, a, index); },
+                    [index](const IMF_BITMAP &s, IMF_BITMAP *t, const IMF_RECT &r) {
+                        reference::ConvolveIndex(s, t, r, index);
+                    }};
+        }
+        case 2: {
+            const int p = std::uniform_int_distribution<int>(0, 3)(rng) == 0
+                              ? std::uniform_int_distribution<int>(-100000, 100000)(rng)
+                              : std::uniform_int_distribution<int>(-300, 300)(rng);
+            return {"sharpen " + std::to_string(p),
+                    [p](IMF_BITMAP *s, IMF_BITMAP *d, const IMF_RECT *a) { return imfSharpen(s, d, a, p); },
+                    [p](const IMF_BITMAP &s, IMF_BITMAP *t, const IMF_RECT &r) { reference::Sharpen(s, t, r, p); }};
+        }
+        case 3:
+        case 4: {
+            const bool blur = std::uniform_int_distribution<int>(0, 1)(rng) == 1;
+            const int p = std::uniform_int_distribution<int>(-6000, 100)(rng);
+            return {(blur ? "blur " : "soften ") + std::to_string(p),
+                    [p, blur](IMF_BITMAP *s, IMF_BITMAP *d, const IMF_RECT *a) {
+                        return blur ? imfBlur(s, d, a, p) : imfSoften(s, d, a, p);
+                    },
+                    [p, blur](const IMF_BITMAP &s, IMF_BITMAP *t, const IMF_RECT &r) {
+                        if (blur) reference::Blur(s, t, r, p);
+                        else reference::Soften(s, t, r, p);
+                    }};
+        }
+        case 5: {
+            const int n = std::uniform_int_distribution<int>(2, 15)(rng);
+            return {"average " + std::to_string(n),
+                    [n](IMF_BITMAP *s, IMF_BITMAP *d, const IMF_RECT *a) { return imfAverage(s, d, a, n); },
+                    [n](const IMF_BITMAP &s, IMF_BITMAP *t, const IMF_RECT &r) { reference::Average(s, t, r, n); }};
+        }
+        case 6:
+            return {"reduce noise", [](IMF_BITMAP *s, IMF_BITMAP *d, const IMF_RECT *a) { return imfReduceNoise(s, d, a); },
+                    [](const IMF_BITMAP &s, IMF_BITMAP *t, const IMF_RECT &r) { reference::ReduceNoise(s, t, r); }};
+        default: {
+            const int p = std::uniform_int_distribution<int>(-100000, 100)(rng);
+            return {"edge " + std::to_string(p),
+                    [p](IMF_BITMAP *s, IMF_BITMAP *d, const IMF_RECT *a) { return imfEdge(s, d, a, p); },
+                    [p](const IMF_BITMAP &s, IMF_BITMAP *t, const IMF_RECT &r) { reference::Edge(s, t, r, p); }};
+        }
+    }
+}
+
+TEST(LinearFilters, MatchReferenceOnRandomBitmaps) {
+    std::mt19937 rng(20);
+    std::uniform_int_distribution<int> size(1, 29), wide(30, 90), pack(1, 8), coin(0, 1);
+    for (int iter = 0; iter < 700; ++iter) {
+        const unsigned type = testing_support::kByteTypes[iter % 9];
+        const int w = iter % 4 == 0 ? wide(rng) : size(rng), h = size(rng);
+        OwnedImf src, before, expect, dst;
+        testing_support::MakeRandom(rng, type, w, h, pack(rng), &src);
+        testing_support::Clone(*src.get(), &before);
+        const Drawn op = DrawOp(rng);
+        const bool use_area = coin(rng), with_dst = coin(rng);
+        const IMF_RECT area = use_area ? testing_support::RandomArea(rng, w, h) : IMF_RECT{0, 0, w, h};
+        SCOPED_TRACE(op.name + " " + testing_support::TypeName(type) + " " + std::to_string(w) + "x" +
+                     std::to_string(h) + (with_dst ? " dst" : " in place"));
+        testing_support::Clone(*src.get(), &expect);
+        op.ref(*before.get(), expect.get(), area);
+        ASSERT_EQ(op.fast(src.get(), with_dst ? dst.get() : nullptr, use_area ? &area : nullptr), IMF_NOERROR);
+        if (with_dst) {
+            EXPECT_EQ(testing_support::Diff(*dst.get(), *expect.get()), "");
+            EXPECT_EQ(testing_support::Diff(*src.get(), *before.get()), "") << "source changed";
+        } else {
+            EXPECT_EQ(testing_support::Diff(*src.get(), *expect.get()), "");
+        }
+    }
+}
+
+// A w x h grey bitmap filled with `value`, then the listed bytes set.
+struct Pixel {
+    int x, y, v;
+};
+void MakeGrey(OwnedImf *b, int w, int h, int value, std::initializer_list<Pixel> set = {}) {
+    ASSERT_NE(imfAllock(b->get(), IMF_GREY, 1, w, h), 0);
+    std::memset((*b)->Data, value, static_cast<size_t>(w) * h);
+    for (const Pixel &p : set) (*b)->Data[p.y * w + p.x] = static_cast<TUbyte>(p.v);
+}
+int At(OwnedImf &b, int x, int y) { return b->Data[y * b->BytesPerLine + x]; }
+
+TEST(LinearFilters, StatedSingleByteExamples) {
+    using Op = std::function<IMF_ERROR(IMF_BITMAP *)>;
+    struct Case {
+        const char *name;
+        int background, centre, want;
+        Op op;
+    };
+    const Case cases[] = {
+        {"sharpen 50", 80, 100, 120, [](IMF_BITMAP *b) { return imfSharpen(b, nullptr, nullptr, 50); }},
+        {"sharpen 100 above mean by 3", 80, 83, 255, [](IMF_BITMAP *b) { return imfSharpen(b, nullptr, nullptr, 100); }},
+        {"sharpen 100 flat", 80, 80, 0, [](IMF_BITMAP *b) { return imfSharpen(b, nullptr, nullptr, 100); }},
+        {"sharpen 0", 80, 100, 100, [](IMF_BITMAP *b) { return imfSharpen(b, nullptr, nullptr, 0); }},
+        {"blur 100", 0, 255, 5, [](IMF_BITMAP *b) { return imfBlur(b, nullptr, nullptr, 100); }},
+        {"blur 0", 0, 255, 185, [](IMF_BITMAP *b) { return imfBlur(b, nullptr, nullptr, 0); }},
+        {"soften 100", 0, 255, 7, [](IMF_BITMAP *b) { return imfSoften(b, nullptr, nullptr, 100); }},  // 25*255/825
+        {"edge 100", 80, 100, 255, [](IMF_BITMAP *b) { return imfEdge(b, nullptr, nullptr, 100); }},
+        {"edge 50", 80, 100, 105, [](IMF_BITMAP *b) { return imfEdge(b, nullptr, nullptr, 50); }},
+        {"edge 0", 80, 100, 102, [](IMF_BITMAP *b) { return imfEdge(b, nullptr, nullptr, 0); }},
+        {"edge detect medium flat", 90, 90, 128,
+         [](IMF_BITMAP *b) { return imfConvolveIndex(b, nullptr, nullptr, IMF_FilterEdgeDetectMedium); }},
+        {"enhance detail flat", 77, 77, 77, [](IMF_BITMAP *b) { return imfEnhanceDetail(b, nullptr, nullptr); }},
+        {"reduce noise centre", 0, 255, 119, [](IMF_BITMAP *b) { return imfReduceNoise(b, nullptr, nullptr); }},
+    };
+    for (const Case &c : cases) {
+        OwnedImf b;
+        MakeGrey(&b, 5, 5, c.background, {{2, 2, c.centre}});
+        ASSERT_EQ(c.op(b.get()), IMF_NOERROR) << c.name;
+        EXPECT_EQ(At(b, 2, 2), c.want) << c.name;
+    }
+}
+
+TEST(LinearFilters, ReduceNoiseSpreadsABrightPixelOverTheCross) {
+    OwnedImf b;
+    MakeGrey(&b, 7, 7, 0, {{3, 3, 255}});
+    ASSERT_EQ(imfReduceNoise(b.get(), nullptr, nullptr), IMF_NOERROR);
+    EXPECT_EQ(At(b, 3, 3), 119);
+    for (auto [x, y] : {std::pair{2, 3}, {4, 3}, {3, 2}, {3, 4}}) EXPECT_EQ(At(b, x, y), 51);
+    for (auto [x, y] : {std::pair{1, 3}, {5, 3}, {3, 1}, {3, 5}, {2, 2}}) EXPECT_EQ(At(b, x, y), 0);
+}
+
+TEST(LinearFilters, EmbossClampsANegativeSumAfterTheBias) {
+    OwnedImf b;
+    MakeGrey(&b, 3, 3, 50, {{0, 0, 200}, {2, 2, 10}});
+    ASSERT_EQ(imfEmboss(b.get(), nullptr, nullptr), IMF_NOERROR);
+    EXPECT_EQ(At(b, 1, 1), 0);  // 10 - 200 + 128 = -62
+    // Every edge-detect and emboss kernel gives 128 on a flat area, the
+    // others the area's own value.
+    for (int index = 0; index <= 8; ++index) {
+        OwnedImf f;
+        MakeGrey(&f, 4, 3, 61);
+        ASSERT_EQ(imfConvolveIndex(f.get(), nullptr, nullptr, index), IMF_NOERROR);
+        for (int i = 0; i < 12; ++i) ASSERT_EQ(f->Data[i], index >= 4 ? 128 : 61) << index;
+    }
+}
+
+TEST(LinearFilters, EdgeAtTheFirstColumnSeesTheRepeatedColumn) {
+    OwnedImf b;
+    MakeGrey(&b, 4, 3, 80, {{0, 0, 100}, {0, 1, 100}, {0, 2, 100}});
+    ASSERT_EQ(imfEdge(b.get(), nullptr, nullptr, 100), IMF_NOERROR);
+    for (int y = 0; y < 3; ++y) EXPECT_EQ(At(b, 0, y), 160);
+}
+
+TEST(LinearFilters, UserKernelExamples) {
+    IMG_FILTER add10{};
+    add10.Size = 1;
+    add10.Matrix[0] = 1;
+    add10.Divisor = 1;
+    add10.Bias = 10;
+    OwnedImf b;
+    MakeGrey(&b, 3, 1, 0, {{0, 0, 0}, {1, 0, 250}, {2, 0, 245}});
+    ASSERT_EQ(imfConvolve(b.get(), nullptr, nullptr, &add10), IMF_NOERROR);
+    EXPECT_EQ(At(b, 0, 0), 10);
+    EXPECT_EQ(At(b, 1, 0), 255);
+    EXPECT_EQ(At(b, 2, 0), 255);
+
+    // A negative divisor turns the quotient's sign before the bias: 3 * 100 / -3 + 200.
+    IMG_FILTER neg{};
+    neg.Size = 3;
+    neg.Matrix[4] = 3;
+    neg.Divisor = -3;
+    neg.Bias = 200;
+    OwnedImf c;
+    MakeGrey(&c, 3, 3, 100);
+    ASSERT_EQ(imfConvolve(c.get(), nullptr, nullptr, &neg), IMF_NOERROR);
+    EXPECT_EQ(At(c, 1, 1), 100);
+
+    // A 3 x 3 kernel packed with stride 3: entries 0..8, not a 7-wide grid.
+    IMG_FILTER shift{};
+    shift.Size = 3;
+    shift.Matrix[5] = 1;  // slot 1 (the row itself), column x + 1
+    shift.Divisor = 1;
+    OwnedImf d;
+    MakeGrey(&d, 3, 1, 0, {{0, 0, 1}, {1, 0, 2}, {2, 0, 3}});
+    ASSERT_EQ(imfConvolve(d.get(), nullptr, nullptr, &shift), IMF_NOERROR);
+    EXPECT_EQ(At(d, 0, 0), 2);
+    EXPECT_EQ(At(d, 1, 0), 3);
+    EXPECT_EQ(At(d, 2, 0), 3);
+}
+
+TEST(LinearFilters, IdentitiesReproduceTheSource) {
+    std::mt19937 rng(4);
+    IMG_FILTER id{};
+    id.Size = 1;
+    id.Matrix[0] = 1;
+    id.Divisor = 1;
+    for (unsigned type : testing_support::kByteTypes) {
+        OwnedImf b, before, d1, d2;
+        testing_support::MakeRandom(rng, type, 13, 7, 4, &b);
+        testing_support::Clone(*b.get(), &before);
+        ASSERT_EQ(imfConvolve(b.get(), d1.get(), nullptr, &id), IMF_NOERROR);
+        ASSERT_EQ(imfSharpen(b.get(), d2.get(), nullptr, 0), IMF_NOERROR);
+        EXPECT_EQ(testing_support::Diff(*d1.get(), *before.get()), "");
+        EXPECT_EQ(testing_support::Diff(*d2.get(), *before.get()), "");
+        OwnedImf one;
+        testing_support::MakeRandom(rng, type, 1, 1, 1, &one);
+        OwnedImf one_before;
+        testing_support::Clone(*one.get(), &one_before);
+        ASSERT_EQ(imfAverage(one.get(), nullptr, nullptr, 3), IMF_NOERROR);
+        EXPECT_EQ(testing_support::Diff(*one.get(), *one_before.get()), "");
+    }
+}
+
+TEST(LinearFilters, FlatAreasPassBlurSoftenEdgeAndReduceNoise) {
+    for (int p = 0; p <= 100; p += 5) {
+        for (int value : {0, 1, 128, 254, 255}) {
+            OwnedImf a, b, c, d;
+            MakeGrey(&a, 3, 2, value);
+            MakeGrey(&b, 3, 2, value);
+            MakeGrey(&c, 3, 2, value);
+            MakeGrey(&d, 3, 2, value);
+            ASSERT_EQ(imfBlur(a.get(), nullptr, nullptr, p), IMF_NOERROR);
+            ASSERT_EQ(imfSoften(b.get(), nullptr, nullptr, p), IMF_NOERROR);
+            ASSERT_EQ(imfEdge(c.get(), nullptr, nullptr, p), IMF_NOERROR);
+            ASSERT_EQ(imfReduceNoise(d.get(), nullptr, nullptr), IMF_NOERROR);
+            for (int i = 0; i < 6; ++i) {
+                EXPECT_EQ(a->Data[i], value) << "blur " << p;
+                EXPECT_EQ(b->Data[i], value) << "soften " << p;
+                EXPECT_EQ(c->Data[i], value) << "edge " << p;
+                EXPECT_EQ(d->Data[i], value);
+            }
+        }
+    }
+}
+
+TEST(LinearFilters, EveryByteOfAnRgbaPixelIsFiltered) {
+    OwnedImf b;
+    ASSERT_NE(imfAllock(b.get(), IMF_RGBA, 1, 3, 1), 0);
+    const TUbyte px[12] = {0, 0, 0, 0, 90, 90, 90, 90, 0, 0, 0, 0};
+    std::memcpy(b->Data, px, 12);
+    ASSERT_EQ(imfAverage(b.get(), nullptr, nullptr, 3), IMF_NOERROR);
+    for (int c = 0; c < 4; ++c) EXPECT_EQ(b->Data[4 + c], 30) << c;  // (3 * 90) / 9
+}
+
+TEST(LinearFilters, BoxDivisionByMultiplyAndShiftIsExact) {
+    for (uint32_t n = 2; n <= 15; ++n) {
+        const uint32_t d = n * n;
+        const uint64_t magic = imge::DivisionMagic(d);
+        for (uint32_t v = 0; v <= 255 * d; ++v) ASSERT_EQ((v * magic) >> 32, v / d) << d << " " << v;
+    }
+}
+
+TEST(LinearFilters, RefusalsChangeNothing) {
+    IMG_FILTER good{};
+    good.Size = 3;
+    good.Matrix[4] = 1;
+    good.Divisor = 1;
+    IMG_FILTER size0 = good, size8 = good, div0 = good;
+    size0.Size = 0;
+    size8.Size = 8;
+    div0.Divisor = 0;
+    using Op = std::function<IMF_ERROR(IMF_BITMAP *, IMF_BITMAP *)>;
+    struct Case {
+        const char *name;
+        unsigned type;
+        IMF_ERROR want;
+        Op op;
+    };
+    const Case cases[] = {
+        {"binary convolve", IMF_BINARY, IMF_ERRBADBITMAP, [&](IMF_BITMAP *s, IMF_BITMAP *d) { return imfConvolve(s, d, nullptr, &good); }},
+        {"binary average 1", IMF_BINARY, IMF_ERRBADBITMAP, [](IMF_BITMAP *s, IMF_BITMAP *d) { return imfAverage(s, d, nullptr, 1); }},
+        {"binary sharpen", IMF_BINARY, IMF_ERRBADBITMAP, [](IMF_BITMAP *s, IMF_BITMAP *d) { return imfSharpen(s, d, nullptr, 10); }},
+        {"binary reduce noise", IMF_BINARY, IMF_ERRBADBITMAP, [](IMF_BITMAP *s, IMF_BITMAP *d) { return imfReduceNoise(s, d, nullptr); }},
+        {"binary emboss", IMF_BINARY, IMF_ERRBADBITMAP, [](IMF_BITMAP *s, IMF_BITMAP *d) { return imfEmboss(s, d, nullptr); }},
+        {"size 0", IMF_RGB, IMF_ERRBADPARAMS, [&](IMF_BITMAP *s, IMF_BITMAP *d) { return imfConvolve(s, d, nullptr, &size0); }},
+        {"size 8", IMF_RGB, IMF_ERRBADPARAMS, [&](IMF_BITMAP *s, IMF_BITMAP *d) { return imfConvolve(s, d, nullptr, &size8); }},
+        {"divisor 0", IMF_GREY, IMF_ERRBADPARAMS, [&](IMF_BITMAP *s, IMF_BITMAP *d) { return imfConvolve(s, d, nullptr, &div0); }},
+        {"no filter", IMF_GREY, IMF_ERRBADPARAMS, [](IMF_BITMAP *s, IMF_BITMAP *d) { return imfConvolve(s, d, nullptr, nullptr); }},
+        {"index -1", IMF_COLORS, IMF_ERRBADPARAMS, [](IMF_BITMAP *s, IMF_BITMAP *d) { return imfConvolveIndex(s, d, nullptr, -1); }},
+        {"index 9", IMF_RGBA, IMF_ERRBADPARAMS, [](IMF_BITMAP *s, IMF_BITMAP *d) { return imfConvolveIndex(s, d, nullptr, 9); }},
+        {"blur 101", IMF_BGR, IMF_ERRBADPARAMS, [](IMF_BITMAP *s, IMF_BITMAP *d) { return imfBlur(s, d, nullptr, 101); }},
+        {"soften 126", IMF_CMYK, IMF_ERRBADPARAMS, [](IMF_BITMAP *s, IMF_BITMAP *d) { return imfSoften(s, d, nullptr, 126); }},
+        {"edge 102", IMF_ARGB, IMF_ERRBADPARAMS, [](IMF_BITMAP *s, IMF_BITMAP *d) { return imfEdge(s, d, nullptr, 102); }},
+        {"average 1", IMF_GREY, IMF_ERRBADPARAMS, [](IMF_BITMAP *s, IMF_BITMAP *d) { return imfAverage(s, d, nullptr, 1); }},
+        {"average 16", IMF_GREY, IMF_ERRBADPARAMS, [](IMF_BITMAP *s, IMF_BITMAP *d) { return imfAverage(s, d, nullptr, 16); }},
+        {"area outside", IMF_GREY, IMF_ERRBADPARAMS, [](IMF_BITMAP *s, IMF_BITMAP *d) {
+             const IMF_RECT a = {1, 1, 9, 1};
+             return imfAverage(s, d, &a, 3);
+         }},
+    };
+    std::mt19937 rng(12);
+    for (const Case &c : cases) {
+        for (bool with_dst : {false, true}) {
+            OwnedImf src, before, dst;
+            testing_support::MakeRandom(rng, c.type, 6, 4, 1, &src);
+            testing_support::Clone(*src.get(), &before);
+            TUbyte *data = src->Data;
+            EXPECT_EQ(c.op(src.get(), with_dst ? dst.get() : nullptr), c.want) << c.name;
+            EXPECT_EQ(src->Data, data) << c.name;
+            EXPECT_EQ(testing_support::Diff(*src.get(), *before.get()), "") << c.name;
+            EXPECT_EQ(dst->Data, nullptr) << c.name;
+        }
+    }
+    // 15 is the largest box accepted.
+    OwnedImf b;
+    MakeGrey(&b, 2, 2, 9);
+    EXPECT_EQ(imfAverage(b.get(), nullptr, nullptr, 15), IMF_NOERROR);
+}
+
+TEST(LinearFilters, PublicEntryPointsInPlaceAndWithDestination) {
+    using Op = std::function<IMG_ERROR(IMG_BITMAP *, IMG_BITMAP **)>;
+    IMG_FILTER mean{};
+    mean.Size = 3;
+    for (int i = 0; i < 9; ++i) mean.Matrix[i] = 1;
+    mean.Divisor = 9;
+    struct Case {
+        const char *name;
+        Op img;
+        FastOp imf;
+    };
+    const Case cases[] = {
+        {"convolve", [&](IMG_BITMAP *s, IMG_BITMAP **d) { return imgConvolve(s, d, &mean); },
+         [&](IMF_BITMAP *s, IMF_BITMAP *d, const IMF_RECT *a) { return imfConvolve(s, d, a, &mean); }},
+        {"enhance detail", imgEnhanceDetail, imfEnhanceDetail},
+        {"enhance focus", imgEnhanceFocus, imfEnhanceFocus},
+        {"focus restoration", imgFocusRestoration, imfFocusRestoration},
+        {"edge light", imgEdgeDetectLight, imfEdgeDetectLight},
+        {"edge medium", imgEdgeDetectMedium, imfEdgeDetectMedium},
+        {"edge heavy", imgEdgeDetectHeavy, imfEdgeDetectHeavy},
+        {"emboss", imgEmboss, imfEmboss},
+        {"emboss more", imgEmbossMore, imfEmbossMore},
+        {"reduce noise", imgReduceNoise, imfReduceNoise},
+        {"sharpen", [](IMG_BITMAP *s, IMG_BITMAP **d) { return imgSharpen(s, d, 40); },
+         [](IMF_BITMAP *s, IMF_BITMAP *d, const IMF_RECT *a) { return imfSharpen(s, d, a, 40); }},
+        {"blur", [](IMG_BITMAP *s, IMG_BITMAP **d) { return imgBlur(s, d, 60); },
+         [](IMF_BITMAP *s, IMF_BITMAP *d, const IMF_RECT *a) { return imfBlur(s, d, a, 60); }},
+        {"soften", [](IMG_BITMAP *s, IMG_BITMAP **d) { return imgSoften(s, d, 30); },
+         [](IMF_BITMAP *s, IMF_BITMAP *d, const IMF_RECT *a) { return imfSoften(s, d, a, 30); }},
+        {"average", [](IMG_BITMAP *s, IMG_BITMAP **d) { return imgAverage(s, d, 4); },
+         [](IMF_BITMAP *s, IMF_BITMAP *d, const IMF_RECT *a) { return imfAverage(s, d, a, 4); }},
+    };
+    std::mt19937 rng(30);
+    for (const Case &c : cases) {
+        IMG_BITMAP *a = imgCreateBitmap(IMG_BGRA, 9, 6);
+        ASSERT_NE(a, nullptr);
+        for (int i = 0; i < 9 * 6 * 4; ++i) a->Data[i] = static_cast<IMG_UINT8>(rng());
+        IMG_BITMAP *copy = imgCloneBitmap(a);
+        // The expected bytes from the processing layer on the same pixels.
+        OwnedImf want;
+        ASSERT_NE(imfAllock(want.get(), IMF_BGRA, 1, 9, 6), 0);
+        std::memcpy(want->Data, a->Data, 9 * 6 * 4);
+        ASSERT_EQ(c.imf(want.get(), nullptr, nullptr), IMF_NOERROR);
+
+        IMG_BITMAP *out = nullptr;
+        ASSERT_EQ(c.img(a, &out), IMG_NO_ERROR) << c.name;
+        ASSERT_NE(out, nullptr);
+        EXPECT_EQ(std::memcmp(out->Data, want->Data, 9 * 6 * 4), 0) << c.name;
+        EXPECT_EQ(std::memcmp(a->Data, copy->Data, 9 * 6 * 4), 0) << c.name << ": source changed";
+        ASSERT_EQ(c.img(a, nullptr), IMG_NO_ERROR);
+        EXPECT_EQ(std::memcmp(a->Data, want->Data, 9 * 6 * 4), 0) << c.name << " in place";
+        EXPECT_EQ(a->TransparentIndex, -1);
+        imgFreeBitmap(out);
+        imgFreeBitmap(copy);
+        imgFreeBitmap(a);
+    }
+    // A refused parameter: in place nothing changes, a destination is not made.
+    IMG_BITMAP *g = imgCreateBitmap(IMG_GREY, 3, 3);
+    IMG_BITMAP *out = g;
+    IMG_BITMAP *other = nullptr;
+    EXPECT_EQ(imgAverage(g, &out, 16), IMG_NO_ERROR);
+    EXPECT_EQ(out, g);
+    EXPECT_EQ(imgAverage(g, &other, 1), IMG_ERROR_BAD_PARAMETERS);
+    EXPECT_EQ(other, nullptr);
+    g->BitsPerComponent = 16;
+    EXPECT_EQ(imgBlur(g, nullptr, 50), IMG_ERROR_BAD_PARAMETERS);
+    imgFreeBitmap(g);
+}
+
+}  // namespace
+
+namespace {
+
+// The truncated product with the reciprocal equals the truncated quotient
+// for every numerator the vector paths can meet (|a| + |d| <= 2^22); only
+// numerators next to a multiple of d can go wrong, so those are all tried.
+TEST(LinearFilters, ReciprocalProductTruncatesLikeTheQuotient) {
+    std::mt19937 rng(40);
+    std::vector<int64_t> divisors;
+    for (int64_t d = 1; d <= 64; ++d) divisors.push_back(d);
+    for (int r = 0; r < 100; ++r) divisors.push_back(std::uniform_int_distribution<int64_t>(65, 1 << 21)(rng));
+    const int64_t limit = int64_t{1} << 22;
+    for (int64_t d : divisors) {
+        for (int64_t sd : {d, -d}) {
+            const float c = imge::RecipOf(sd);
+            for (int64_t k = 0; k * d <= limit; ++k)
+                for (int64_t a : {k * d - 1, k * d, k * d + 1, -k * d - 1, -k * d, -k * d + 1}) {
+                    if ((a < 0 ? -a : a) + d > limit) continue;
+                    volatile float x = static_cast<float>(a) * c;
+                    ASSERT_EQ(static_cast<int64_t>(static_cast<int32_t>(x)), a / sd) << a << " / " << sd;
+                }
+        }
+    }
+}
+
+}  // namespace

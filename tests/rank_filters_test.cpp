@@ -1,0 +1,380 @@
+// Minimum, maximum, box and cross medians and the Gaussian blur as whole
+// operations: the plain references on random bitmaps of every type, sizes,
+// areas, in place and with a destination; the stated examples; bad input;
+// OpenCV as a second opinion where its semantics coincide.
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <cstdlib>
+#include <cstring>
+#include <random>
+
+#include "libformat.h"
+#include "libimge.h"
+#include "libtools.h"
+#include "reference/rank_reference.h"
+#include "support/bitmaps.h"
+
+#ifdef IMGE_HAVE_OPENCV
+#include <opencv2/imgproc.hpp>
+#endif
+
+using testing_support::Clone;
+using testing_support::Diff;
+using testing_support::OwnedImf;
+using testing_support::TypeName;
+
+namespace {
+
+using RankFn = IMF_ERROR (*)(IMF_BITMAP *, IMF_BITMAP *, const IMF_RECT *, TLong);
+
+struct RankOp {
+    const char *name;
+    RankFn fn;
+    reference::Rank kind;
+};
+const RankOp kRankOps[] = {
+    {"minimum", imfMinimum, reference::Rank::kMinimum},
+    {"maximum", imfMaximum, reference::Rank::kMaximum},
+    {"median box", imfMedianBox, reference::Rank::kMedianBox},
+    {"median cross", imfMedianCross, reference::Rank::kMedianCross},
+};
+
+struct Geometry {
+    int width, height;
+};
+// Tall enough for several blocks of rows at the largest sizes.
+const Geometry kShapes[] = {{1, 1}, {1, 9}, {13, 1}, {17, 5}, {70, 6}, {19, 47}};
+
+TEST(RankFilters, EqualTheReferenceForEveryTypeSizeAreaAndMode) {
+    std::mt19937 rng(2024);
+    for (const RankOp &op : kRankOps)
+        for (unsigned type : testing_support::kByteTypes)
+            for (int n = 2; n <= 15; ++n) {
+                const Geometry g = kShapes[(n + type) % 6];
+                OwnedImf src, before, want;
+                testing_support::MakeRandom(rng, type, g.width, g.height, 1 + (n % 4), &src);
+                Clone(*src.get(), &before);
+                const bool with_area = n % 3 == 0;
+                const bool with_dst = n % 2 == 0;
+                IMF_RECT area = testing_support::RandomArea(rng, g.width, g.height);
+                IMF_RECT rect = with_area ? area : IMF_RECT{0, 0, g.width, g.height};
+                Clone(*src.get(), &want);  // the source outside the rectangle
+                reference::RankFilter(op.kind, *src.get(), want.get(), rect, n);
+                const std::string what = std::string(op.name) + " " + TypeName(type) + " n " + std::to_string(n);
+                if (with_dst) {
+                    OwnedImf dst;
+                    ASSERT_EQ(op.fn(src.get(), dst.get(), with_area ? &area : nullptr, n), IMF_NOERROR) << what;
+                    EXPECT_EQ(Diff(*dst.get(), *want.get()), "") << what;
+                    EXPECT_EQ(Diff(*src.get(), *before.get()), "") << what << ": source changed";
+                    EXPECT_EQ(dst->TransparentIndex, -1);
+                    EXPECT_EQ(dst->ColorUsed, src->ColorUsed);
+                } else {
+                    const TUbyte *old = src->Data;
+                    ASSERT_EQ(op.fn(src.get(), nullptr, with_area ? &area : nullptr, n), IMF_NOERROR) << what;
+                    EXPECT_EQ(Diff(*src.get(), *want.get()), "") << what;
+                    EXPECT_NE(src->Data, old);
+                    EXPECT_EQ(src->TransparentIndex, -1);
+                }
+            }
+}
+
+// The running extremes down the columns, over many blocks of rows, with
+// rectangles starting anywhere.
+TEST(RankFilters, MinimumAndMaximumOverManyBlocksOfRows) {
+    std::mt19937 rng(99);
+    for (const RankOp &op : {kRankOps[0], kRankOps[1]})
+        for (int n = 2; n <= 15; ++n)
+            for (int trial = 0; trial < 2; ++trial) {
+                OwnedImf src, want, dst;
+                testing_support::MakeRandom(rng, trial ? IMF_RGB : IMF_GREY, 29, 83, 1, &src);
+                IMF_RECT area = testing_support::RandomArea(rng, 29, 83);
+                if (!trial) area = IMF_RECT{3, 7, 20, 70};
+                Clone(*src.get(), &want);
+                reference::RankFilter(op.kind, *src.get(), want.get(), area, n);
+                ASSERT_EQ(op.fn(src.get(), dst.get(), &area, n), IMF_NOERROR);
+                EXPECT_EQ(Diff(*dst.get(), *want.get()), "") << op.name << " n " << n;
+            }
+}
+
+TEST(RankFilters, StatedExamples) {
+    // A single 255 pixel on black, 7 x 7 grey.
+    auto spot = [](OwnedImf *b) {
+        ASSERT_NE(imfAllock(b->get(), IMF_GREY, 1, 7, 7), 0);
+        b->b.Data[3 * 7 + 3] = 255;
+    };
+    auto count_bright = [](const IMF_BITMAP &b) {
+        int c = 0;
+        for (int i = 0; i < 49; ++i) c += b.Data[i] == 255;
+        return c;
+    };
+    for (RankFn fn : {imfMedianBox, imfMedianCross, imfMinimum}) {
+        OwnedImf b;
+        spot(&b);
+        ASSERT_EQ(fn(b.get(), nullptr, nullptr, 3), IMF_NOERROR);
+        EXPECT_EQ(count_bright(b.b), 0);
+    }
+    {
+        OwnedImf b;
+        spot(&b);
+        ASSERT_EQ(imfMaximum(b.get(), nullptr, nullptr, 3), IMF_NOERROR);
+        EXPECT_EQ(count_bright(b.b), 9);
+        for (int y = 2; y <= 4; ++y)
+            for (int x = 2; x <= 4; ++x) EXPECT_EQ(b->Data[y * 7 + x], 255);
+    }
+    // A one-pixel bright vertical line: kept by the cross, removed by the box.
+    for (bool cross : {true, false}) {
+        OwnedImf b;
+        ASSERT_NE(imfAllock(b.get(), IMF_GREY, 1, 7, 7), 0);
+        for (int y = 0; y < 7; ++y) b->Data[y * 7 + 3] = 255;
+        ASSERT_EQ((cross ? imfMedianCross : imfMedianBox)(b.get(), nullptr, nullptr, 3), IMF_NOERROR);
+        for (int y = 0; y < 7; ++y) EXPECT_EQ(b->Data[y * 7 + 3], cross ? 255 : 0) << y;
+    }
+    // Box median of size 2 over 10, 20, 30, 40: the upper middle, 30.
+    {
+        OwnedImf b;
+        ASSERT_NE(imfAllock(b.get(), IMF_GREY, 1, 2, 2), 0);
+        const TUbyte v[4] = {10, 20, 30, 40};
+        std::memcpy(b->Data, v, 2);
+        std::memcpy(b->Data + b->BytesPerLine, v + 2, 2);
+        ASSERT_EQ(imfMedianBox(b.get(), nullptr, nullptr, 2), IMF_NOERROR);
+        EXPECT_EQ(b->Data[b->BytesPerLine + 1], 30);  // its window holds all four
+    }
+    // Components are ranked on their own: red from one pixel, blue from another.
+    {
+        OwnedImf b;
+        ASSERT_NE(imfAllock(b.get(), IMF_RGB, 1, 3, 1), 0);
+        const TUbyte px[9] = {255, 0, 0, 0, 0, 255, 0, 0, 255};
+        std::memcpy(b->Data, px, 9);
+        ASSERT_EQ(imfMaximum(b.get(), nullptr, nullptr, 3), IMF_NOERROR);
+        EXPECT_EQ(b->Data[3], 255);
+        EXPECT_EQ(b->Data[4], 0);
+        EXPECT_EQ(b->Data[5], 255);
+    }
+    // A bright first column stays bright under the 3 x 3 box median.
+    {
+        OwnedImf b;
+        ASSERT_NE(imfAllock(b.get(), IMF_GREY, 1, 5, 5), 0);
+        for (int y = 0; y < 5; ++y) b->Data[y * 5] = 200;
+        ASSERT_EQ(imfMedianBox(b.get(), nullptr, nullptr, 3), IMF_NOERROR);
+        for (int y = 0; y < 5; ++y) {
+            EXPECT_EQ(b->Data[y * 5], 200);
+            EXPECT_EQ(b->Data[y * 5 + 1], 0);
+        }
+    }
+}
+
+TEST(RankFilters, PaletteKeptAndIndicesFiltered) {
+    std::mt19937 rng(5);
+    OwnedImf src, dst;
+    testing_support::MakeRandom(rng, IMF_COLORS, 9, 9, 1, &src);
+    ASSERT_EQ(imfMedianBox(src.get(), dst.get(), nullptr, 3), IMF_NOERROR);
+    ASSERT_NE(dst->ColorMap, nullptr);
+    EXPECT_EQ(std::memcmp(dst->ColorMap, src->ColorMap, sizeof(IMF_COLORMAP)), 0);
+}
+
+// Refusals leave everything as it was and allocate nothing.
+TEST(RankFilters, BadInputIsRefusedWithNothingChanged) {
+    std::mt19937 rng(9);
+    struct Case { RankFn fn; TLong size; IMF_ERROR rc; };
+    const Case cases[] = {
+        {imfMinimum, 1, IMF_ERRBADPARAMS},      {imfMaximum, 16, IMF_ERRBADPARAMS},
+        {imfMedianBox, -3, IMF_ERRBADPARAMS},   {imfMedianCross, INT_MAX, IMF_ERRBADPARAMS},
+        {imfMedianBox, INT_MIN, IMF_ERRBADPARAMS}, {imfMedianCross, 0, IMF_ERRBADPARAMS},
+        {imfBlurGaussian, 1, IMF_ERRBADPARAMS}, {imfBlurGaussian, 26, IMF_ERRBADPARAMS},
+        {imfBlurGaussian, -25, IMF_ERRBADPARAMS},
+    };
+    for (const Case &c : cases) {
+        OwnedImf src, before;
+        testing_support::MakeRandom(rng, IMF_RGB, 6, 5, 1, &src);
+        Clone(*src.get(), &before);
+        IMF_BITMAP dst;
+        std::memset(&dst, 0xA5, sizeof dst);
+        IMF_BITMAP dst_before = dst;
+        EXPECT_EQ(c.fn(src.get(), &dst, nullptr, c.size), c.rc) << c.size;
+        EXPECT_EQ(std::memcmp(&dst, &dst_before, sizeof dst), 0);
+        EXPECT_EQ(c.fn(src.get(), nullptr, nullptr, c.size), c.rc) << c.size;
+        EXPECT_EQ(Diff(*src.get(), *before.get()), "");
+    }
+    for (RankFn fn : {imfMinimum, imfMaximum, imfMedianBox, imfMedianCross, imfBlurGaussian}) {
+        OwnedImf bin, before;
+        testing_support::MakeRandom(rng, IMF_BINARY, 12, 4, 1, &bin);
+        Clone(*bin.get(), &before);
+        EXPECT_EQ(fn(bin.get(), nullptr, nullptr, 3), IMF_ERRBADBITMAP);
+        EXPECT_EQ(Diff(*bin.get(), *before.get()), "");
+        OwnedImf src;
+        testing_support::MakeRandom(rng, IMF_GREY, 6, 5, 1, &src);
+        Clone(*src.get(), &before);
+        const IMF_RECT outside{4, 0, 3, 5};
+        EXPECT_EQ(fn(src.get(), nullptr, &outside, 3), IMF_ERRBADPARAMS);
+        EXPECT_EQ(Diff(*src.get(), *before.get()), "");
+    }
+}
+
+// ---- Gaussian blur -------------------------------------------------------------
+
+TEST(GaussianBlur, WithinOneOfTheLiteralFormulaEverywhere) {
+    std::mt19937 rng(77);
+    for (unsigned type : testing_support::kByteTypes)
+        for (int n = 2; n <= 25; n += (n < 8 ? 1 : 3)) {
+            const Geometry g = kShapes[(n + type) % 6];
+            OwnedImf src, before, want;
+            testing_support::MakeRandom(rng, type, g.width, g.height, 4, &src);
+            Clone(*src.get(), &before);
+            const bool with_area = n % 3 == 1;
+            IMF_RECT area = testing_support::RandomArea(rng, g.width, g.height);
+            ASSERT_EQ(reference::BlurGaussianOp(*src.get(), with_area ? &area : nullptr, n, want.get()), IMF_NOERROR);
+            OwnedImf dst;
+            IMF_BITMAP *got = src.get();
+            if (n % 2) {
+                ASSERT_EQ(imfBlurGaussian(src.get(), dst.get(), with_area ? &area : nullptr, n), IMF_NOERROR);
+                EXPECT_EQ(Diff(*src.get(), *before.get()), "");
+                got = dst.get();
+            } else {
+                ASSERT_EQ(imfBlurGaussian(src.get(), nullptr, with_area ? &area : nullptr, n), IMF_NOERROR);
+            }
+            ASSERT_EQ(got->Width, want->Width);
+            EXPECT_EQ(got->TransparentIndex, -1);
+            const int row = g.width * got->BytesPerPixel;
+            for (int y = 0; y < g.height; ++y)
+                for (int i = 0; i < row; ++i) {
+                    const int a = got->Data[y * got->BytesPerLine + i], b = want->Data[y * want->BytesPerLine + i];
+                    ASSERT_LE(std::abs(a - b), 1) << TypeName(type) << " n " << n << " row " << y << " byte " << i;
+                }
+        }
+}
+
+TEST(GaussianBlur, SpotExampleOfSizeThree) {
+    for (bool literal : {false, true}) {
+        OwnedImf b;
+        ASSERT_NE(imfAllock(b.get(), IMF_GREY, 1, 5, 5), 0);
+        b->Data[2 * 5 + 2] = 255;
+        OwnedImf out;
+        if (literal)
+            ASSERT_EQ(reference::BlurGaussianOp(b.b, nullptr, 3, out.get()), IMF_NOERROR);
+        else
+            ASSERT_EQ(imfBlurGaussian(b.get(), out.get(), nullptr, 3), IMF_NOERROR);
+        const TUbyte want[25] = {0, 0,  0,  0,  0,   //
+                                 0, 17, 31, 17, 0,   //
+                                 0, 31, 58, 31, 0,   //
+                                 0, 17, 31, 17, 0,   //
+                                 0, 0,  0,  0,  0};
+        for (int i = 0; i < 25; ++i) EXPECT_EQ(out->Data[i / 5 * out->BytesPerLine + i % 5], want[i]) << i;
+    }
+}
+
+TEST(GaussianBlur, KernelMatchesTheStatedValues) {
+    struct Row { int n; double axis, diagonal, sum; };
+    const Row rows[] = {{3, 0.540265, 0.291886, 4.328603}, {5, 0.801195, 0.641914, 11.740885},
+                        {7, 0.893073, 0.797579, 22.859891}};
+    for (const Row &r : rows) {
+        double k[625];
+        const double sum = reference::GaussianKernel(r.n, k);
+        const int c = (r.n >> 1) * r.n + (r.n >> 1);
+        EXPECT_DOUBLE_EQ(k[c], 1.0);
+        EXPECT_NEAR(k[c + 1], r.axis, 5e-7);
+        EXPECT_NEAR(k[c + r.n + 1], r.diagonal, 5e-7);
+        EXPECT_NEAR(sum, r.sum, 5e-6);
+    }
+}
+
+TEST(GaussianBlur, FlatAreasAreNeverLifted) {
+    for (int n = 2; n <= 25; ++n)
+        for (int v : {0, 1, 37, 128, 254, 255}) {
+            OwnedImf b;
+            ASSERT_NE(imfAllock(b.get(), IMF_RGBA, 1, 40, 3), 0);
+            std::memset(b->Data, v, static_cast<std::size_t>(b->BytesPerLine) * b->Height);
+            ASSERT_EQ(imfBlurGaussian(b.get(), nullptr, nullptr, n), IMF_NOERROR);
+            for (int i = 0; i < 40 * 4 * 3; ++i) {
+                ASSERT_LE(b->Data[i], v) << n;
+                ASSERT_GE(b->Data[i] + 1, v) << n;
+            }
+        }
+}
+
+TEST(GaussianBlur, InPlaceOnGreyKeepsTheRecord) {
+    std::mt19937 rng(3);
+    OwnedImf b;
+    testing_support::MakeRandom(rng, IMF_GREY, 64, 64, 4, &b);
+    b->ColorUsed = 200;
+    b->TransparentIndex = 7;
+    const TUbyte *old = b->Data;
+    ASSERT_EQ(imfBlurGaussian(b.get(), nullptr, nullptr, 7), IMF_NOERROR);
+    EXPECT_EQ(b->Type, IMF_GREY);
+    EXPECT_EQ(b->Width, 64);
+    EXPECT_EQ(b->Height, 64);
+    EXPECT_EQ(b->ColorUsed, 200);
+    EXPECT_EQ(b->TransparentIndex, -1);
+    EXPECT_NE(b->Data, old);
+}
+
+// ---- Public entry points ---------------------------------------------------------
+
+TEST(RankPublic, EntryPointsRunTheirOperation) {
+    using PubFn = IMG_ERROR (*)(IMG_BITMAP *, IMG_BITMAP **, IMG_INT32);
+    struct Pair { PubFn pub; RankFn imf; };
+    const Pair pairs[] = {{imgMinimum, imfMinimum}, {imgMaximum, imfMaximum}, {imgMedianBox, imfMedianBox},
+                          {imgMedianCross, imfMedianCross}, {imgGaussianBlur, imfBlurGaussian}};
+    std::mt19937 rng(8);
+    for (const Pair &p : pairs) {
+        IMG_BITMAP *img = imgCreateBitmap(IMG_BGR, 23, 11);
+        ASSERT_NE(img, nullptr);
+        for (int i = 0; i < 11 * static_cast<int>(img->BytesPerLine); ++i) img->Data[i] = static_cast<IMG_UINT8>(rng());
+        OwnedImf want;
+        IMF_BITMAP view{};
+        view.Width = img->Width;
+        view.Height = img->Height;
+        view.BytesPerLine = static_cast<TLong>(img->BytesPerLine);
+        view.Type = img->Type;
+        view.BytesPerPixel = img->BytesPerPixel;
+        view.Pack = img->LinePadding;
+        view.Data = img->Data;
+        ASSERT_EQ(p.imf(&view, want.get(), nullptr, 5), IMF_NOERROR);
+        IMG_BITMAP *out = nullptr;
+        ASSERT_EQ(p.pub(img, &out, 5), IMG_NO_ERROR);
+        ASSERT_NE(out, nullptr);
+        for (int y = 0; y < 11; ++y)
+            EXPECT_EQ(std::memcmp(out->Data + y * out->BytesPerLine, want->Data + y * want->BytesPerLine, 23 * 3), 0);
+        ASSERT_EQ(p.pub(img, nullptr, 5), IMG_NO_ERROR);
+        for (int y = 0; y < 11; ++y)
+            EXPECT_EQ(std::memcmp(img->Data + y * img->BytesPerLine, want->Data + y * want->BytesPerLine, 23 * 3), 0);
+        img->BitsPerComponent = 16;
+        IMG_BITMAP *none = nullptr;
+        EXPECT_EQ(p.pub(img, &none, 5), IMG_ERROR_BAD_PARAMETERS);
+        EXPECT_EQ(none, nullptr);
+        imgFreeBitmap(out);
+        imgFreeBitmap(img);
+    }
+}
+
+// ---- OpenCV as a second opinion -------------------------------------------------
+
+#ifdef IMGE_HAVE_OPENCV
+TEST(RankOpenCV, ErodeDilateAndMedianBlurAgree) {
+    std::mt19937 rng(31);
+    for (unsigned type : {unsigned(IMF_GREY), unsigned(IMF_RGB), unsigned(IMF_RGBA)})
+        for (int n = 3; n <= 15; n += 2) {
+            OwnedImf src;
+            testing_support::MakeRandom(rng, type, 61, 23, 4, &src);
+            const int cvtype = CV_8UC(src->BytesPerPixel);
+            cv::Mat m(src->Height, src->Width, cvtype, src->Data, static_cast<std::size_t>(src->BytesPerLine));
+            const cv::Mat kernel = cv::getStructuringElement(cv::MORPH_RECT, cv::Size(n, n));
+            cv::Mat eroded, dilated, median;
+            cv::erode(m, eroded, kernel, cv::Point(-1, -1), 1, cv::BORDER_REPLICATE);
+            cv::dilate(m, dilated, kernel, cv::Point(-1, -1), 1, cv::BORDER_REPLICATE);
+            cv::medianBlur(m, median, n);
+            struct { RankFn fn; const cv::Mat *peer; const char *name; } checks[] = {
+                {imfMinimum, &eroded, "erode"}, {imfMaximum, &dilated, "dilate"}, {imfMedianBox, &median, "medianBlur"}};
+            for (const auto &c : checks) {
+                OwnedImf dst;
+                ASSERT_EQ(c.fn(src.get(), dst.get(), nullptr, n), IMF_NOERROR);
+                for (int y = 0; y < src->Height; ++y)
+                    ASSERT_EQ(std::memcmp(dst->Data + y * dst->BytesPerLine, c.peer->ptr(y),
+                                          static_cast<std::size_t>(src->Width) * src->BytesPerPixel), 0)
+                        << c.name << " n " << n << " " << TypeName(type) << " row " << y;
+            }
+        }
+}
+#endif
+
+}  // namespace

@@ -1,0 +1,215 @@
+// The filter row frame: edge-extended rows, the rows each ring slot holds,
+// hand-over and every refusal.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <random>
+
+#include "filters/row_frame.h"
+#include "libtools.h"
+#include "support/bitmaps.h"
+
+using testing_support::OwnedImf;
+
+namespace {
+
+TEST(PrepareRow, StatedExampleAndRowsBeyondTheEdges) {
+    OwnedImf g;
+    ASSERT_NE(imfAllock(g.get(), IMF_GREY, 4, 3, 2), 0);
+    const TUbyte row0[3] = {10, 20, 30}, row1[3] = {1, 2, 3};
+    std::memcpy(g->Data, row0, 3);
+    std::memcpy(g->Data + g->BytesPerLine, row1, 3);
+    const TUbyte top[7] = {10, 10, 10, 20, 30, 30, 30}, bottom[7] = {1, 1, 1, 2, 3, 3, 3};
+    for (TLong y : {-3, -1, 0, 1, 2, 9}) {
+        TUbyte buf[7];
+        imge::PrepareRow(buf, g.get(), y, 5);
+        EXPECT_EQ(std::memcmp(buf, y < 1 ? top : bottom, 7), 0) << y;
+    }
+    OwnedImf c;
+    ASSERT_NE(imfAllock(c.get(), IMF_RGB, 1, 2, 1), 0);
+    const TUbyte px[6] = {1, 2, 3, 4, 5, 6};
+    std::memcpy(c->Data, px, 6);
+    TUbyte buf[18];  // (Width + 2 * half) pixels
+    imge::PrepareRow(buf, c.get(), 0, 4);  // half 2
+    const TUbyte want[18] = {1, 2, 3, 1, 2, 3, 1, 2, 3, 4, 5, 6, 4, 5, 6, 4, 5, 6};
+    EXPECT_EQ(std::memcmp(buf, want, 18), 0);
+}
+
+// Writes the sample of slot k, column offset j of every byte, and checks the
+// leaving row against the row above the neighbourhood.
+struct ProbeKernel {
+    ProbeKernel(int n_, int k_, int j_) : n(n_), k(k_), j(j_) {}
+    int n, k, j, bpp = 0, width = 0;
+    const IMF_BITMAP *src = nullptr;
+    int rows_seen = 0, leaving_errors = 0, top = 0;
+    bool fail_prepare = false;
+    bool Prepare(int w, int b) {
+        width = w;
+        bpp = b;
+        return !fail_prepare;
+    }
+    void Row(const uint8_t *const *slots, int begin, int end, uint8_t *out) {
+        for (int i = begin; i < end; ++i) out[i] = slots[k][i + j * bpp];
+        // slots[n] must hold the row the previous neighbourhood started with.
+        if (rows_seen == 0) {
+            if (slots[n] != nullptr) ++leaving_errors;
+        } else {
+            int r = top + rows_seen - (n >> 1) - 1;
+            r = r < 0 ? 0 : (r >= src->Height ? src->Height - 1 : r);
+            const uint8_t *want = src->Data + static_cast<long long>(r) * src->BytesPerLine;
+            if (!slots[n] || std::memcmp(slots[n] + (n >> 1) * bpp, want, static_cast<size_t>(width) * bpp))
+                ++leaving_errors;
+        }
+        ++rows_seen;
+    }
+};
+
+TEST(RowFrame, SlotsHoldTheClampedNeighbourhoodForOddAndEvenSides) {
+    std::mt19937 rng(11);
+    std::uniform_int_distribution<int> size(1, 23), side(1, 15), coin(0, 1);
+    for (int iter = 0; iter < 300; ++iter) {
+        const unsigned type = testing_support::kByteTypes[iter % 9];
+        const int w = size(rng), h = size(rng), n = side(rng);
+        OwnedImf src, before, dst;
+        testing_support::MakeRandom(rng, type, w, h, 1 + iter % 4, &src);
+        src->TransparentIndex = 3;
+        testing_support::Clone(*src.get(), &before);
+        std::uniform_int_distribution<int> pick(0, n - 1);
+        const int pk = pick(rng), pj = pick(rng);
+        ProbeKernel probe(n, pk, pj);
+        probe.src = before.get();
+        const bool use_area = coin(rng), with_dst = coin(rng);
+        IMF_RECT area = use_area ? testing_support::RandomArea(rng, w, h) : IMF_RECT{0, 0, w, h};
+        probe.top = area.top;
+        SCOPED_TRACE(testing_support::TypeName(type) + " " + std::to_string(w) + "x" + std::to_string(h) + " n" +
+                     std::to_string(n) + " k" + std::to_string(probe.k) + " j" + std::to_string(probe.j));
+        TUbyte *old_data = src->Data;
+        ASSERT_EQ(imge::RunRowFilter(src.get(), with_dst ? dst.get() : nullptr, use_area ? &area : nullptr, n, true,
+                                     probe),
+                  IMF_NOERROR);
+        const IMF_BITMAP &out = with_dst ? *dst.get() : *src.get();
+        if (with_dst) {
+            EXPECT_EQ(testing_support::Diff(*src.get(), *before.get()), "");
+        } else {
+            EXPECT_NE(src->Data, old_data);
+        }
+        EXPECT_EQ(out.TransparentIndex, -1);
+        EXPECT_EQ(out.ColorUsed, before->ColorUsed);
+        EXPECT_EQ(out.Pack, before->Pack);
+        EXPECT_EQ(probe.rows_seen, area.width > 0 ? area.height : 0);
+        EXPECT_EQ(probe.leaving_errors, 0);
+        if (type == IMF_COLORS) {
+            ASSERT_EQ(std::memcmp(out.ColorMap, before->ColorMap, sizeof(IMF_COLORMAP)), 0);
+        }
+        const int bpp = before->BytesPerPixel, half = n >> 1;
+        for (int y = 0; y < h; ++y)
+            for (int x = 0; x < w; ++x) {
+                const bool inside = x >= area.left && x < area.left + area.width && y >= area.top &&
+                                    y < area.top + area.height;
+                int sy = y, sx = x;
+                if (inside) {
+                    sy = std::min(std::max(y - half + probe.k, 0), h - 1);
+                    sx = std::min(std::max(x - half + probe.j, 0), w - 1);
+                } else if (!use_area) {
+                    continue;
+                }
+                for (int c = 0; c < bpp; ++c) {
+                    const int got = out.Data[static_cast<long long>(y) * out.BytesPerLine + x * bpp + c];
+                    const int want = before->Data[static_cast<long long>(sy) * before->BytesPerLine + sx * bpp + c];
+                    ASSERT_EQ(got, want) << "x " << x << " y " << y << " c " << c;
+                }
+            }
+    }
+}
+
+TEST(RowFrame, RefusalsChangeNothingAndAllocateNothing) {
+    std::mt19937 rng(3);
+    struct Case {
+        unsigned type;
+        bool params_ok, fail_prepare;
+        IMF_RECT area;
+        bool use_area;
+        IMF_ERROR want;
+    };
+    const Case cases[] = {
+        {IMF_BINARY, true, false, {0, 0, 1, 1}, false, IMF_ERRBADBITMAP},
+        {IMF_BINARY, false, false, {0, 0, 1, 1}, false, IMF_ERRBADBITMAP},  // type test first
+        {IMF_RGB, false, false, {0, 0, 1, 1}, false, IMF_ERRBADPARAMS},
+        {IMF_GREY, false, false, {9, 9, 9, 9}, true, IMF_ERRBADPARAMS},
+        {IMF_RGBA, true, false, {2, 2, 6, 1}, true, IMF_ERRBADPARAMS},
+        {IMF_COLORS, true, false, {-1, 0, 1, 1}, true, IMF_ERRBADPARAMS},
+        {IMF_CMYK, true, true, {0, 0, 1, 1}, false, IMF_ERRMEMORY},
+        {IMF_COLORS, true, true, {1, 1, 2, 2}, true, IMF_ERRMEMORY},
+    };
+    for (const Case &c : cases) {
+        for (bool with_dst : {false, true}) {
+            OwnedImf src, before, dst;
+            testing_support::MakeRandom(rng, c.type, 7, 5, 1, &src);
+            testing_support::Clone(*src.get(), &before);
+            TUbyte *old_data = src->Data;
+            ProbeKernel probe(3, 1, 1);
+            probe.src = before.get();
+            probe.fail_prepare = c.fail_prepare;
+            EXPECT_EQ(imge::RunRowFilter(src.get(), with_dst ? dst.get() : nullptr, c.use_area ? &c.area : nullptr,
+                                         3, c.params_ok, probe),
+                      c.want);
+            EXPECT_EQ(src->Data, old_data);
+            EXPECT_EQ(testing_support::Diff(*src.get(), *before.get()), "");
+            EXPECT_EQ(src->TransparentIndex, before->TransparentIndex);
+            EXPECT_EQ(dst->Data, nullptr) << "destination not written";
+            EXPECT_EQ(probe.rows_seen, 0);
+        }
+    }
+    // An inconsistent record is refused before anything else.
+    OwnedImf bad;
+    testing_support::MakeRandom(rng, IMF_RGB, 4, 4, 1, &bad);
+    bad->BytesPerPixel = 1;
+    ProbeKernel probe(3, 0, 0);
+    EXPECT_EQ(imge::RunRowFilter(bad.get(), nullptr, nullptr, 3, false, probe), IMF_ERRBADBITMAP);
+    bad->BytesPerPixel = 3;
+}
+
+TEST(RowFrame, EmptyRectangleGivesTheCopiedSourceWithoutTransparentIndex) {
+    std::mt19937 rng(5);
+    OwnedImf src, before, dst;
+    testing_support::MakeRandom(rng, IMF_BGRA, 6, 4, 4, &src);
+    src->TransparentIndex = 7;
+    testing_support::Clone(*src.get(), &before);
+    ProbeKernel probe(5, 0, 4);
+    probe.src = before.get();
+    const IMF_RECT empty = {2, 1, 0, 3};
+    ASSERT_EQ(imge::RunRowFilter(src.get(), dst.get(), &empty, 5, true, probe), IMF_NOERROR);
+    EXPECT_EQ(testing_support::Diff(*dst.get(), *before.get()), "");
+    EXPECT_EQ(dst->TransparentIndex, -1);
+    EXPECT_EQ(probe.rows_seen, 0);
+}
+
+TEST(RowFrame, ColourMapOnATypeWithoutOneIsNotCarriedOver) {
+    std::mt19937 rng(6);
+    OwnedImf src, dst;
+    testing_support::MakeRandom(rng, IMF_GREY, 3, 3, 1, &src);
+    src->ColorMap = static_cast<IMF_COLORMAP *>(std::calloc(1, sizeof(IMF_COLORMAP)));
+    ProbeKernel probe(3, 1, 1);
+    probe.src = src.get();
+    ASSERT_EQ(imge::RunRowFilter(src.get(), dst.get(), nullptr, 3, true, probe), IMF_NOERROR);
+    EXPECT_EQ(dst->ColorMap, nullptr);
+    ASSERT_EQ(imge::RunRowFilter(src.get(), nullptr, nullptr, 3, true, probe), IMF_NOERROR);
+    EXPECT_EQ(src->ColorMap, nullptr) << "released with the old buffers";
+}
+
+TEST(RowFrame, ExtendedDataIsCopiedIntoTheResult) {
+    std::mt19937 rng(8);
+    OwnedImf src, dst;
+    testing_support::MakeRandom(rng, IMF_RGB, 3, 2, 1, &src);
+    src->Xdpi = 300;
+    src->Origin = IMF_BOTTOM_LEFT;
+    ProbeKernel probe(1, 0, 0);
+    probe.src = src.get();
+    ASSERT_EQ(imge::RunRowFilter(src.get(), dst.get(), nullptr, 1, true, probe), IMF_NOERROR);
+    EXPECT_EQ(dst->Xdpi, 300);
+    EXPECT_EQ(dst->Origin, IMF_BOTTOM_LEFT);
+    EXPECT_EQ(testing_support::Diff(*dst.get(), *src.get()), "");
+}
+
+}  // namespace

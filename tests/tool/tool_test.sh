@@ -1,0 +1,157 @@
+#!/usr/bin/env bash
+# End-to-end tests of the imge command-line tool: a few operations, every
+# operation's help, batches, and the bad command lines and bad files that must
+# give one clear line, a non-zero exit and no output file.
+# Usage: tool_test.sh path/to/imge path/to/tests/data/tool
+set -u
+IMGE=$(cd "$(dirname "$1")" && pwd)/$(basename "$1")
+DATA=$(cd "$2" && pwd)
+T=$(mktemp -d)
+trap 'rm -rf "$T"' EXIT
+cd "$T"
+failures=0
+
+fail() { echo "FAIL: $*"; failures=$((failures + 1)); }
+# run CMD...: runs imge, keeps stdout/stderr/exit code in $out $err $rc
+run() { "$IMGE" "$@" >"$T/.out" 2>"$T/.err"; rc=$?; out=$(cat "$T/.out"); err=$(cat "$T/.err"); }
+expect_rc() { [ "$rc" -eq "$1" ] || fail "$2: exit code $rc, expected $1 (stderr: $err)"; }
+expect_err() { grep -qF -- "$1" "$T/.err" || fail "$2: stderr lacks '$1' (got: $err)"; }
+one_line_err() { [ "$(wc -l <"$T/.err")" -eq 1 ] || fail "$1: expected one error line, got: $err"; }
+absent() { [ ! -e "$1" ] || fail "$2: $1 was written"; }
+same() { cmp -s "$1" "$2" || fail "$3: $1 and $2 differ"; }
+bytes() { od -An -tu1 -v "$1" | tr -s ' \n' ' ' | sed 's/^ //;s/ $//'; }
+
+# ---- version and help ----------------------------------------------------------
+run --version
+if [ "$rc" -eq 127 ] || [ "$rc" -eq 126 ]; then echo "FAIL: imge does not start: $err"; exit 1; fi
+run --version; expect_rc 0 "--version"; [[ "$out" == imge\ [0-9]* ]] || fail "--version prints '$out'"
+run --help; expect_rc 0 "--help"
+ops=$(sed -n 's/^    \([a-z][a-z0-9-]*\)  .*/\1/p' "$T/.out")
+[ -n "$ops" ] || fail "--help lists no operations"
+for op in $ops; do
+  run "$op" --help; expect_rc 0 "$op --help"
+  [[ "$out" == "Usage: imge $op"* ]] || fail "$op --help does not start with its usage"
+done
+run; expect_rc 2 "no arguments"
+run no-such-op x.png; expect_rc 2 "unknown operation"; expect_err "unknown operation 'no-such-op'" "unknown operation"
+
+# ---- the demo: sample pictures, one file per operation, contact sheet ------------
+run demo -o demo; expect_rc 0 "demo"
+for f in demo/sample.png demo/sample-exif.jpg demo/contact-sheet.png; do
+  [ -s "$f" ] || fail "demo did not write $f"
+done
+[ "$(head -c 8 demo/contact-sheet.png | od -An -tx1 | tr -d ' \n')" = 89504e470d0a1a0a ] || fail "contact sheet is not a PNG"
+for op in $ops; do
+  [ "$op" = info ] && continue   # the tool's own report, not a library operation
+  ls demo/"$op".* >/dev/null 2>&1 || fail "demo wrote nothing for $op"
+done
+
+# ---- conversions and exact results on tiny PNM files ------------------------------
+printf 'P5\n3 1\n255\n\000\310\377' > grey.pgm
+run negative grey.pgm -o neg.pgm; expect_rc 0 "negative P5"
+[ "$(tail -c 3 neg.pgm | od -An -tu1 | tr -s ' ' | sed 's/^ //;s/ $//')" = "255 55 0" ] || fail "negative of 0 200 255 is $(tail -c 3 neg.pgm | od -An -tu1)"
+printf 'P6\n2 1\n255\n\001\002\003\375\376\377' > rgb.ppm
+run apply-lut --curve "0,255 255,0" rgb.ppm -o lut.ppm; expect_rc 0 "apply-lut P6"
+[ "$(tail -c 6 lut.ppm | od -An -tu1 | tr -s ' ' | sed 's/^ //;s/ $//')" = "254 253 252 2 1 0" ] || fail "inverting curve gives $(tail -c 6 lut.ppm | od -An -tu1)"
+printf 'P5\n2 1\n15\n\000\017' > maxval.pgm          # maxval 15 is scaled to 0..255
+run apply-lut maxval.pgm -o scaled.pgm; expect_rc 0 "P5 maxval 15"
+[ "$(tail -c 2 scaled.pgm | od -An -tu1 | tr -s ' ' | sed 's/^ //;s/ $//')" = "0 255" ] || fail "maxval scaling"
+# PNG round trip: negative twice is the original picture.
+run negative demo/sample.png -o n1.png; expect_rc 0 "negative PNG"
+run negative n1.png -o n2.ppm; expect_rc 0 "negative PNG to PPM"
+run apply-lut demo/sample.png -o orig.ppm; expect_rc 0 "identity curve"
+same n2.ppm orig.ppm "negative twice"
+# JPEG in and out.
+run negative demo/sample-exif.jpg -o neg.jpg --quality 80; expect_rc 0 "negative JPEG"
+[ "$(head -c 2 neg.jpg | od -An -tx1 | tr -d ' \n')" = ffd8 ] || fail "JPEG output is not a JPEG"
+run negative neg.jpg --format png -o jpgdir/; expect_rc 0 "JPEG into folder as PNG"
+[ -s jpgdir/neg.png ] || fail "--format png into a folder"
+# Without -o the result goes beside the input.
+cp grey.pgm beside.pgm
+run negative beside.pgm; expect_rc 0 "no -o"
+[ -s beside-negative.pgm ] || fail "no -o: beside-negative.pgm missing"
+
+# PNG variants (tests/data/tool, made by make_pngs.py): the bitmap type each is
+# loaded as, and the samples after conversion to PNM.
+pnm_samples() { run apply-lut "$1" -o conv.pnm; expect_rc 0 "convert $1"; tail -c "$2" conv.pnm | od -An -tu1 -v | tr -s ' \n' ' ' | sed 's/^ //;s/ $//'; }
+run info "$DATA/palette.png"; [ "$out" = "4 x 2 colour-mapped (4 palette entries, with alpha)" ] || fail "palette PNG loads as: $out"
+run info "$DATA/palette-opaque.png"; [ "$out" = "2 x 1 colour-mapped (2 palette entries)" ] || fail "opaque palette PNG loads as: $out"
+run info "$DATA/grey-alpha.png"; [ "$out" = "2 x 1 RGBA" ] || fail "grey+alpha PNG loads as: $out"
+run info "$DATA/grey16.png"; [ "$out" = "2 x 1 grey" ] || fail "16-bit grey PNG loads as: $out"
+run info "$DATA/grey1.png"; [ "$out" = "8 x 1 grey" ] || fail "1-bit grey PNG loads as: $out"
+run info "$DATA/rgba.png"; [ "$out" = "1 x 1 RGBA" ] || fail "RGBA PNG loads as: $out"
+run info demo/sample-exif.jpg; [ "$out" = "320 x 240 RGB" ] || fail "JPEG loads as: $out"
+[ "$(pnm_samples "$DATA/grey16.png" 2)" = "0 255" ] || fail "16-bit grey keeps the high byte"
+[ "$(pnm_samples "$DATA/grey1.png" 8)" = "255 0 255 255 0 0 0 0" ] || fail "1-bit grey scaled to 0/255"
+[ "$(pnm_samples "$DATA/grey-alpha.png" 6)" = "10 10 10 200 200 200" ] || fail "grey+alpha to RGB"
+[ "$(pnm_samples "$DATA/palette-opaque.png" 6)" = "10 20 30 200 100 50" ] || fail "palette to RGB"
+# A palette picture stays a palette picture; negative inverts the palette, not the alpha.
+run negative "$DATA/palette.png" -o negpal.png; expect_rc 0 "negative palette PNG"
+[ "$(od -An -tu1 -j 25 -N 1 negpal.png | tr -d ' ')" = 3 ] || fail "negative of a palette PNG is not a palette PNG"
+run info negpal.png; [ "$out" = "4 x 2 colour-mapped (4 palette entries, with alpha)" ] || fail "negated palette PNG loads as: $out"
+[ "$(pnm_samples negpal.png 12)" = "0 0 0 255 255 0 255 0 255 0 255 255" ] || fail "negated palette entries"
+# RGBA keeps its alpha through PNG.
+run negative "$DATA/rgba.png" -o negrgba.png; expect_rc 0 "negative RGBA"
+[ "$(od -An -tu1 -j 25 -N 1 negrgba.png | tr -d ' ')" = 6 ] || fail "RGBA result is not an RGBA PNG"
+
+# ---- batches ---------------------------------------------------------------------
+cp grey.pgm a.pgm; cp rgb.ppm b.ppm; echo "not a picture" > bad.png
+run negative a.pgm bad.png b.ppm -o batch; expect_rc 1 "batch with a bad file"
+[ -s batch/a.pgm ] && [ -s batch/b.ppm ] || fail "batch: good files not written after a bad one"
+absent batch/bad.png "batch bad file"
+expect_err "imge: bad.png: " "batch error names the file"
+expect_err "1 of 3 files failed" "batch summary"
+[ "$out" = "" ] || fail "batch printed on stdout: $out"
+grep -q $'\r' "$T/.err" && fail "progress bar written although stderr is not a terminal"
+run negative --fail-fast bad.png a.pgm -o ff; expect_rc 1 "--fail-fast"
+absent ff/a.pgm "--fail-fast went on after the first failure"
+run info a.pgm b.ppm; expect_rc 0 "report batch"
+[ "$out" = "a.pgm: 3 x 1 grey"$'\n'"b.ppm: 2 x 1 RGB" ] || fail "report batch prints: $out"
+run info a.pgm -o x.txt; expect_rc 2 "report with -o"
+run negative -q a.pgm b.ppm -o quiet; expect_rc 0 "good batch"; [ -z "$err" ] || fail "good batch wrote to stderr: $err"
+run negative a.pgm b.ppm -o a.pgm; expect_rc 2 "several inputs into a file"
+
+# ---- bad command lines: exit 2, one line, nothing written --------------------------
+run negative --frobnicate a.pgm -o x1.pgm; expect_rc 2 "unknown option"; expect_err "unknown option --frobnicate" "unknown option"; one_line_err "unknown option"; absent x1.pgm "unknown option"
+run negative -z a.pgm -o x2.pgm; expect_rc 2 "unknown short option"; expect_err "unknown option -z" "unknown short option"; absent x2.pgm "unknown short option"
+run apply-lut a.pgm -o x3.pgm --curve; expect_rc 2 "missing value"; expect_err "missing value for --curve" "missing value"; absent x3.pgm "missing value"
+run negative a.pgm -o; expect_rc 2 "missing -o value"; expect_err "missing value for --output" "missing -o value"
+run apply-lut --curve "0,0 300,255" a.pgm -o x4.pgm; expect_rc 2 "out-of-range curve"; expect_err "0..255" "out-of-range curve"; absent x4.pgm "out-of-range curve"
+run apply-lut --curve "0,0 x,1" a.pgm -o x5.pgm; expect_rc 2 "malformed point"; expect_err "'x,1' is not a point" "malformed point"; absent x5.pgm "malformed point"
+run negative --quality 0 a.pgm -o x6.jpg; expect_rc 2 "quality out of range"; expect_err "out of range (1 to 100)" "quality out of range"; absent x6.jpg "quality"
+run negative --quality abc a.pgm -o x7.jpg; expect_rc 2 "quality not a number"; expect_err "not a whole number" "quality not a number"
+run negative a.pgm -o x8.gif; expect_rc 2 "unknown output extension"; expect_err "cannot tell the output format" "unknown output extension"; absent x8.gif "unknown extension"
+run negative --format gif a.pgm -o fmt/; expect_rc 2 "bad --format"; expect_err "expected png, jpeg or pnm" "bad --format"
+run negative; expect_rc 2 "no input"; expect_err "no input file" "no input"
+
+# ---- bad files: exit 1, one line naming the file, nothing written -------------------
+run negative missing.png -o y1.png; expect_rc 1 "missing file"; expect_err "imge: missing.png: No such file or directory" "missing file"; one_line_err "missing file"; absent y1.png "missing file"
+mkdir adir
+run negative adir -o y2.png; expect_rc 1 "directory"; expect_err "imge: adir: is a directory" "directory"; one_line_err "directory"; absent y2.png "directory"
+printf 'GIF89a\001\000\001\000' > pic.gif
+run negative pic.gif -o y3.png; expect_rc 1 "unsupported format"; expect_err "imge: pic.gif: unsupported format" "unsupported format"; one_line_err "unsupported format"; absent y3.png "unsupported format"
+head -c 100 demo/sample.png > trunc.png
+run negative trunc.png -o y4.png; expect_rc 1 "truncated PNG"; expect_err "imge: trunc.png: bad PNG file" "truncated PNG"; absent y4.png "truncated PNG"
+head -c 300 demo/sample-exif.jpg > trunc.jpg
+run negative trunc.jpg -o y5.png; expect_rc 1 "truncated JPEG"; expect_err "imge: trunc.jpg: bad JPEG file" "truncated JPEG"; absent y5.png "truncated JPEG"
+printf 'P5\n4 4\n255\n\000\000' > short.pgm
+run negative short.pgm -o y6.pgm; expect_rc 1 "truncated PNM"; expect_err "truncated" "truncated PNM"; absent y6.pgm "truncated PNM"
+printf 'P2\n1 1\n255\n0\n' > ascii.pgm
+run negative ascii.pgm -o y7.pgm; expect_rc 1 "ASCII PNM"; expect_err "unsupported PNM variant P2" "ASCII PNM"; absent y7.pgm "ASCII PNM"
+: > empty.png
+run negative empty.png -o y8.png; expect_rc 1 "empty file"; expect_err "empty file" "empty file"; absent y8.png "empty file"
+if [ "$(id -u)" -ne 0 ]; then   # root reads anything
+  cp grey.pgm locked.pgm; chmod 000 locked.pgm
+  run negative locked.pgm -o y9.pgm; expect_rc 1 "unreadable file"; expect_err "imge: locked.pgm: cannot open" "unreadable file"; absent y9.pgm "unreadable file"
+fi
+mkdir ro && echo x > ro/keep
+run negative a.pgm -o adir; expect_rc 0 "existing folder as -o"; [ -s adir/a.pgm ] || fail "existing folder as -o"
+# No scratch files are left behind by any of the failures.
+leftovers=$(find . -name '.*.??????' | head -n 3)
+[ -z "$leftovers" ] || fail "scratch files left: $leftovers"
+
+if [ $failures -ne 0 ]; then
+  echo "$failures check(s) failed"
+  exit 1
+fi
+echo "all tool checks passed"

@@ -1,0 +1,46 @@
+// The command line: global commands, the per-operation runner and its
+// options, help generated from the operation table.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "op_table.h"
+
+namespace tool {
+
+// Exit codes.
+constexpr int kExitOk = 0;
+constexpr int kExitFailed = 1;  // at least one file failed
+constexpr int kExitUsage = 2;   // bad command line; nothing was done
+
+// Options every operation takes besides its own.
+struct Common {
+    std::string output;  // -o: a file (one input) or a folder
+    bool fail_fast = false;
+    bool quiet = false;
+    std::string format;  // png, jpeg, pnm: output format in folder mode
+    int quality = 90;
+};
+
+struct Request {
+    const Op *op = nullptr;
+    Args args;
+    Common common;
+    std::vector<std::string> inputs;
+};
+
+// Parses argv[first..] for `op`; ToolError on a bad command line.
+Request ParseCommandLine(const Op &op, const std::vector<std::string> &argv);
+
+// Runs the request over every input; the exit code.
+int RunBatch(Request r);
+
+std::string MainHelp();
+std::string OpHelp(const Op &op);
+std::string ParamUsage(const Param &p);
+
+// `imge demo [-o DIR]`.
+int RunDemo(const std::vector<std::string> &argv);
+
+}  // namespace tool

@@ -1,0 +1,110 @@
+// Help texts, generated from the operation table.
+#include <sstream>
+
+#include "cli.h"
+
+namespace tool {
+
+namespace {
+
+const char kCommonHelp[] =
+    "Common options:\n"
+    "  -o, --output PATH   output file (one input) or folder (several inputs, or an\n"
+    "                      existing folder; made when missing). Without -o each\n"
+    "                      result is written beside its input as NAME-OPERATION.EXT\n"
+    "                      (file operations change their input in place)\n"
+    "  --format FORMAT     png, jpeg or pnm: format of results written into a\n"
+    "                      folder or beside the input (default: the input's)\n"
+    "  --quality N         JPEG quality, 1 to 100 (default 90)\n"
+    "  --fail-fast         stop at the first file that fails\n"
+    "  -q, --quiet         no progress bar\n"
+    "  -h, --help          this help\n";
+
+std::string Pad(const std::string &s, size_t width) {
+    return s.size() >= width ? s + "  " : s + std::string(width - s.size(), ' ');
+}
+
+std::string Range(double v) {
+    std::ostringstream s;
+    s << v;
+    return s.str();
+}
+
+}  // namespace
+
+std::string ParamUsage(const Param &p) {
+    switch (p.kind) {
+    case Kind::Int: return "--" + p.name + " N";
+    case Kind::Real: return "--" + p.name + " X";
+    case Kind::Choice: return "--" + p.name + " WORD";
+    case Kind::Color: return "--" + p.name + " COLOUR";
+    case Kind::Points: return "--" + p.name + " \"X,Y X,Y ...\"";
+    case Kind::Ints: return "--" + p.name + " \"A,B,...\"";
+    case Kind::Flag: return "--" + p.name;
+    case Kind::Text: return "--" + p.name + " TEXT";
+    }
+    return "--" + p.name;
+}
+
+std::string MainHelp() {
+    std::ostringstream s;
+    s << "imge " IMGE_VERSION " - the image operations of libimge from the command line\n\n"
+      << "Usage: imge OPERATION [options] FILE... [-o OUTPUT]\n"
+      << "       imge OPERATION --help     options of one operation\n"
+      << "       imge demo [-o DIR]        every operation on a sample picture, and a contact sheet\n"
+      << "       imge --version\n\n"
+      << "Files: PNG, JPEG and binary PNM (P5, P6), told apart by their content when read\n"
+      << "and by the extension (.png .jpg .jpeg .pnm .ppm .pgm) when written.\n\n"
+      << "Operations:\n";
+    std::string family;
+    for (const Op &op : AllOps()) {
+        if (op.family != family) {
+            family = op.family;
+            s << "  " << family << ":\n";
+        }
+        s << "    " << Pad(op.name, 22) << op.summary << "\n";
+    }
+    s << "\n" << kCommonHelp << "\nExit status: 0 all done, 1 some file failed, 2 bad command line.\n";
+    return s.str();
+}
+
+std::string OpHelp(const Op &op) {
+    std::ostringstream s;
+    const char *files = op.file ? "FILE..." : "FILE... [-o OUTPUT]";
+    s << "Usage: imge " << op.name << (op.params.empty() ? "" : " [options]") << " " << files << "\n\n"
+      << op.summary << ".\n";
+    if (op.report) s << "Prints its findings; writes no file.\n";
+    if (op.file) s << "Changes each file in place (with -o: a changed copy at OUTPUT).\n";
+    if (!op.params.empty()) {
+        s << "\nOptions:\n";
+        for (const Param &p : op.params) {
+            std::string line = "  " + Pad(ParamUsage(p), 24) + p.help;
+            std::string extra;
+            if (p.kind == Kind::Int || p.kind == Kind::Real || p.kind == Kind::Ints)
+                extra = Range(p.min) + " to " + Range(p.max);
+            if (p.kind == Kind::Choice) {
+                std::string words;
+                std::string c = p.choices;
+                size_t start = 0;
+                while (start <= c.size()) {
+                    size_t bar = c.find('|', start);
+                    if (bar == std::string::npos) bar = c.size();
+                    const std::string item = c.substr(start, bar - start);
+                    words += (words.empty() ? "" : ", ") + item.substr(0, item.find('='));
+                    start = bar + 1;
+                }
+                extra = words;
+            }
+            if (p.kind == Kind::Color) extra = "#rrggbb[aa], r,g,b[,a], a name or none";
+            if (p.kind != Kind::Flag) {
+                const std::string def = p.def.empty() ? "required" : "default " + p.def;
+                extra = extra.empty() ? def : extra + "; " + def;
+            }
+            s << line << (extra.empty() ? "" : " (" + extra + ")") << "\n";
+        }
+    }
+    s << "\n" << kCommonHelp;
+    return s.str();
+}
+
+}  // namespace tool

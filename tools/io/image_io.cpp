@@ -1,0 +1,125 @@
+#include "image_io.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace tool {
+
+namespace {
+
+std::string Lower(std::string s) {
+    for (char &c : s)
+        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+    return s;
+}
+
+std::string Extension(const std::string &path) {
+    const size_t slash = path.find_last_of('/');
+    const size_t dot = path.find_last_of('.');
+    if (dot == std::string::npos || (slash != std::string::npos && dot < slash)) return "";
+    return Lower(path.substr(dot + 1));
+}
+
+}  // namespace
+
+Bytes ReadFile(const std::string &path) {
+    struct stat st;
+    if (stat(path.c_str(), &st) != 0) throw ToolError{std::strerror(errno)};
+    if (S_ISDIR(st.st_mode)) throw ToolError{"is a directory, not an image file"};
+    if (!S_ISREG(st.st_mode)) throw ToolError{"not a regular file"};
+    FILE *f = std::fopen(path.c_str(), "rb");
+    if (!f) throw ToolError{std::string("cannot open: ") + std::strerror(errno)};
+    Bytes data;
+    std::uint8_t chunk[65536];
+    size_t n;
+    while ((n = std::fread(chunk, 1, sizeof chunk, f)) > 0) data.insert(data.end(), chunk, chunk + n);
+    const bool failed = std::ferror(f) != 0;
+    std::fclose(f);
+    if (failed) throw ToolError{"read error"};
+    if (data.empty()) throw ToolError{"empty file"};
+    return data;
+}
+
+void WriteFileAtomic(const std::string &path, const Bytes &data) {
+    struct stat st;
+    if (stat(path.c_str(), &st) == 0 && S_ISDIR(st.st_mode))
+        throw ToolError{"cannot write: " + path + " is a directory"};
+    const size_t slash = path.find_last_of('/');
+    const std::string dir = slash == std::string::npos ? "." : path.substr(0, slash + 1);
+    const std::string base = slash == std::string::npos ? path : path.substr(slash + 1);
+    std::string tmp = (slash == std::string::npos ? std::string() : dir) + "." + base + ".XXXXXX";
+    std::vector<char> name(tmp.begin(), tmp.end());
+    name.push_back('\0');
+    const int fd = mkstemp(name.data());
+    if (fd < 0) throw ToolError{"cannot write into " + dir + ": " + std::strerror(errno)};
+    size_t done = 0;
+    while (done < data.size()) {
+        const ssize_t w = write(fd, data.data() + done, data.size() - done);
+        if (w < 0) {
+            if (errno == EINTR) continue;
+            const std::string reason = std::strerror(errno);
+            close(fd);
+            unlink(name.data());
+            throw ToolError{"cannot write " + path + ": " + reason};
+        }
+        done += static_cast<size_t>(w);
+    }
+    // Scratch files are made 0600; give the result the usual permissions.
+    const mode_t mask = umask(0);
+    umask(mask);
+    fchmod(fd, 0666 & ~mask);
+    if (close(fd) != 0 || std::rename(name.data(), path.c_str()) != 0) {
+        const std::string reason = std::strerror(errno);
+        unlink(name.data());
+        throw ToolError{"cannot write " + path + ": " + reason};
+    }
+}
+
+Image Decode(const Bytes &data) {
+    if (data.size() >= 8 && std::memcmp(data.data(), "\x89PNG\r\n\x1a\n", 8) == 0) return DecodePng(data);
+    if (data.size() >= 3 && data[0] == 0xFF && data[1] == 0xD8 && data[2] == 0xFF) return DecodeJpeg(data);
+    if (data.size() >= 2 && data[0] == 'P' && data[1] >= '1' && data[1] <= '7') return DecodePnm(data);
+    throw ToolError{"unsupported format (not a PNG, JPEG or PNM file)"};
+}
+
+Image LoadImage(const std::string &path) { return Decode(ReadFile(path)); }
+
+bool FormatForName(const std::string &path, Format *format) {
+    const std::string ext = Extension(path);
+    if (ext == "png") *format = Format::Png;
+    else if (ext == "jpg" || ext == "jpeg") *format = Format::Jpeg;
+    else if (ext == "pnm" || ext == "ppm" || ext == "pgm") *format = Format::Pnm;
+    else return false;
+    return true;
+}
+
+const char *FormatName(Format f) {
+    switch (f) {
+    case Format::Png: return "PNG";
+    case Format::Jpeg: return "JPEG";
+    case Format::Pnm: return "PNM";
+    }
+    return "?";
+}
+
+Bytes Encode(const IMG_BITMAP &b, Format f, const SaveOptions &opt) {
+    switch (f) {
+    case Format::Png: return EncodePng(b);
+    case Format::Jpeg: return EncodeJpeg(b, opt);
+    case Format::Pnm: return EncodePnm(b);
+    }
+    throw ToolError{"unknown output format"};
+}
+
+void SaveImage(const IMG_BITMAP &b, const std::string &path, const SaveOptions &opt) {
+    Format f;
+    if (!FormatForName(path, &f))
+        throw ToolError{"cannot tell the output format from the name " + path +
+                        " (use .png, .jpg, .jpeg, .pnm, .ppm or .pgm)"};
+    WriteFileAtomic(path, Encode(b, f, opt));
+}
+
+}  // namespace tool
