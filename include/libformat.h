@@ -31,13 +31,35 @@ IMG_API IMF_ERROR imfApplyLut(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *
 IMG_API IMF_ERROR imfNegate(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area);
 
 /* ---- Tone curves ----------------------------------------------------------- */
+/* v -> v + brightness, limited to 0..255. */
 IMG_API IMF_ERROR imfBrightness(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, TLong brightness);
+/* contrast -127..127 (others: IMF_ERRBADPARAMS); above 0 stretches, below 0 compresses. */
 IMG_API IMF_ERROR imfContrast(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, TLong contrast);
+/* v -> 255 (v / 255)^(1 / gamma) rounded; gamma finite and above 0 (others: IMF_ERRBADPARAMS). */
 IMG_API IMF_ERROR imfGamma(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, double gamma);
+/* v -> 255 ln(v + 1) / ln(256). */
 IMG_API IMF_ERROR imfLog(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area);
+/* 0 up to low, 255 from high, linear in between. */
+IMG_API IMF_ERROR imfLevels(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, TLong low, TLong high);
+/* levels 2..256 bands (others: IMF_ERRBADPARAMS). */
+IMG_API IMF_ERROR imfPosterize(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, TLong levels);
+/* v up to threshold, 255 - v above. */
+IMG_API IMF_ERROR imfSolarize(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, TLong threshold);
+/* Brightness, then contrast, then gamma (contrast and gamma as above). */
 IMG_API IMF_ERROR imfAdjust(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, TLong brightness, TLong contrast, double gamma);
+/* The table of imfAdjust; the identity for a contrast or gamma imfAdjust refuses. */
+IMG_API void imfGetAdjustLut(TUbyte table[256], TLong brightness, TLong contrast, double gamma);
+/* Moves every component towards 255 (amount > 0) or 0 (amount < 0) by
+ * |amount| / 255 of the distance; grey and true-colour bitmaps; new bitmap. */
+IMG_API IMF_ERROR imfContraBrightness(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, TLong amount);
+/* Saturation gamma of true-colour pixels (gamma finite and above 0); new bitmap. */
+IMG_API IMF_ERROR imfGammasat(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, double gamma);
 
 /* ---- Histograms and automatic corrections ---------------------------------- */
+/* Luminance (grey level or palette index for 1-byte pixels) of every pixel. */
+IMG_API void imfCreateHistogramOnLuminance(const IMF_BITMAP *bitmap, TUlong hist[256]);
+/* Luminance, red, green, blue: 4 x 256 counters (1-bit bitmaps: one count at entry 0 of each). */
+IMG_API void imfCreateAllHistogram(const IMF_BITMAP *bitmap, TUlong hist[4 * 256]);
 IMG_API IMF_ERROR imfNormalize(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area);
 IMG_API IMF_ERROR imfEqualize(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area);
 IMG_API IMF_ERROR imfEqualizeOnLuminance(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area);

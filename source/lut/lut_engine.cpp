@@ -49,12 +49,12 @@ void MapPixels(IMF_BITMAP *b, const IMF_RECT &r, const TUbyte *t0, const TUbyte 
         if (bpp == 4) {
             if (invert) InvertQuads(row, n);
             else if (single) LutQuadsOne(row, n, t0);
-            else LutQuads(row, n, t0, t1, t2);
+            else LutQuadsThree(row, n, t0, t1, t2);
         } else if (single) {
             if (invert) InvertBytes(row, n * bpp);
             else LutBytesOne(row, n * bpp, t0);
         } else if (bpp == 3) {
-            LutTriples(row, n, t0, t1, t2);
+            LutTriplesThree(row, n, t0, t1, t2);
         } else {
             LutBytes(row, n, t0);  // one-byte pixels use table 0
         }

@@ -16,6 +16,9 @@ void LutTriples(uint8_t *p, std::size_t n, const uint8_t *t0, const uint8_t *t1,
 // The same with one table, through vectors where the machine has them.
 void LutBytesOne(uint8_t *p, std::size_t n, const uint8_t *t);
 void LutQuadsOne(uint8_t *p, std::size_t n, const uint8_t *t);
+// LutTriples and LutQuads through vectors where the machine has them.
+void LutTriplesThree(uint8_t *p, std::size_t n, const uint8_t *t0, const uint8_t *t1, const uint8_t *t2);
+void LutQuadsThree(uint8_t *p, std::size_t n, const uint8_t *t0, const uint8_t *t1, const uint8_t *t2);
 
 // Vector kernels for the complement table (v -> 255 - v): n bytes all
 // inverted, or n 4-byte pixels with bytes 0..2 inverted and byte 3 kept.

@@ -55,6 +55,56 @@ void LutVec(uint8_t *HWY_RESTRICT p, std::size_t bytes, const uint8_t *HWY_RESTR
         if (!keep3 || (i & 3) != 3) p[i] = table[p[i]];
 }
 
+// One 256-entry lookup of a whole vector through the sixteen pieces of a
+// table (as in LutVec).
+template <class D, class V>
+HWY_INLINE V LookupPieces(D d, const uint8_t *HWY_RESTRICT table, V v) {
+    const auto lo = hn::And(v, hn::Set(d, 0x0F));
+    const auto hi = hn::ShiftRight<4>(v);
+    auto r = hn::TableLookupBytes(hn::LoadDup128(d, table), lo);
+    for (int h = 1; h < 16; ++h)
+        r = hn::IfThenElse(hn::Eq(hi, hn::Set(d, static_cast<uint8_t>(h))),
+                           hn::TableLookupBytes(hn::LoadDup128(d, table + 16 * h), lo), r);
+    return r;
+}
+
+// Three tables by byte position: 3-byte pixels split into planes, each
+// plane through its table, then interleaved again.
+void LutTriplesVec(uint8_t *HWY_RESTRICT p, std::size_t n, const uint8_t *HWY_RESTRICT t0,
+                   const uint8_t *HWY_RESTRICT t1, const uint8_t *HWY_RESTRICT t2) {
+    const hn::ScalableTag<uint8_t> d;
+    const std::size_t N = hn::Lanes(d);
+    std::size_t i = 0;
+    for (; i + N <= n; i += N) {
+        decltype(hn::Zero(d)) v0, v1, v2;
+        hn::LoadInterleaved3(d, p + 3 * i, v0, v1, v2);
+        hn::StoreInterleaved3(LookupPieces(d, t0, v0), LookupPieces(d, t1, v1), LookupPieces(d, t2, v2), d,
+                              p + 3 * i);
+    }
+    for (; i < n; ++i) {
+        uint8_t *q = p + 3 * i;
+        q[0] = t0[q[0]]; q[1] = t1[q[1]]; q[2] = t2[q[2]];
+    }
+}
+
+// The same for 4-byte pixels, byte 3 kept.
+void LutQuadsThreeVec(uint8_t *HWY_RESTRICT p, std::size_t n, const uint8_t *HWY_RESTRICT t0,
+                      const uint8_t *HWY_RESTRICT t1, const uint8_t *HWY_RESTRICT t2) {
+    const hn::ScalableTag<uint8_t> d;
+    const std::size_t N = hn::Lanes(d);
+    std::size_t i = 0;
+    for (; i + N <= n; i += N) {
+        decltype(hn::Zero(d)) v0, v1, v2, v3;
+        hn::LoadInterleaved4(d, p + 4 * i, v0, v1, v2, v3);
+        hn::StoreInterleaved4(LookupPieces(d, t0, v0), LookupPieces(d, t1, v1), LookupPieces(d, t2, v2), v3, d,
+                              p + 4 * i);
+    }
+    for (; i < n; ++i) {
+        uint8_t *q = p + 4 * i;
+        q[0] = t0[q[0]]; q[1] = t1[q[1]]; q[2] = t2[q[2]];
+    }
+}
+
 void LutBytesVec(uint8_t *HWY_RESTRICT p, std::size_t n, const uint8_t *HWY_RESTRICT t) {
     LutVec<false>(p, n, t);
 }
@@ -71,6 +121,18 @@ namespace imge {
 HWY_EXPORT(XorPattern);
 HWY_EXPORT(LutBytesVec);
 HWY_EXPORT(LutQuadsVec);
+HWY_EXPORT(LutTriplesVec);
+HWY_EXPORT(LutQuadsThreeVec);
+
+void LutTriplesThree(uint8_t *p, std::size_t n, const uint8_t *t0, const uint8_t *t1, const uint8_t *t2) {
+    if (ScalarForced()) return LutTriples(p, n, t0, t1, t2);
+    HWY_DYNAMIC_DISPATCH(LutTriplesVec)(p, n, t0, t1, t2);
+}
+
+void LutQuadsThree(uint8_t *p, std::size_t n, const uint8_t *t0, const uint8_t *t1, const uint8_t *t2) {
+    if (ScalarForced()) return LutQuads(p, n, t0, t1, t2);
+    HWY_DYNAMIC_DISPATCH(LutQuadsThreeVec)(p, n, t0, t1, t2);
+}
 
 void LutBytesOne(uint8_t *p, std::size_t n, const uint8_t *t) {
     if (ScalarForced()) return LutBytes(p, n, t);

@@ -1,0 +1,304 @@
+// Histograms and automatic corrections: the stated examples, the fast paths
+// against their references on random bitmaps, the public ordering of the
+// balance offsets, refusals and empty bitmaps.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <functional>
+#include <random>
+
+#include "core/convert.h"
+#include "libformat.h"
+#include "libimge.h"
+#include "libtools.h"
+#include "reference/tone_reference.h"
+#include "support/bitmaps.h"
+#include "support/reference_check.h"
+
+using testing_support::OwnedImf;
+
+namespace {
+
+using ImfOp = std::function<IMF_ERROR(IMF_BITMAP *, IMF_BITMAP *, const IMF_RECT *)>;
+using RefOp = std::function<void(const IMF_BITMAP &, IMF_BITMAP *, const IMF_RECT &)>;
+
+struct Correction {
+    const char *name;
+    ImfOp fast;
+    RefOp ref;
+};
+
+const long kBalance[3] = {40, -25, 7};
+const TLong kBalanceValues[4] = {40, -25, 7, 99};
+
+const Correction kCorrections[] = {
+    {"equalize", imfEqualize, reference::Equalize},
+    {"equalize on luminance", imfEqualizeOnLuminance, reference::EqualizeOnLuminance},
+    {"auto levels", imfAutoLevels, reference::AutoLevels},
+    {"normalize", imfNormalize, reference::Normalize},
+    {"auto contrast", imfAutoContrast, reference::AutoContrast},
+    {"balance", [](IMF_BITMAP *s, IMF_BITMAP *d, const IMF_RECT *a) { return imfBalance(s, d, a, kBalanceValues); },
+     [](const IMF_BITMAP &s, IMF_BITMAP *t, const IMF_RECT &r) { reference::Balance(s, t, r, kBalance); }},
+};
+
+TEST(Histograms, MatchReferenceOnRandomBitmaps) {
+    std::mt19937 rng(21);
+    for (int round = 0; round < 120; ++round) {
+        const unsigned type = testing_support::kByteTypes[round % 9];
+        OwnedImf b;
+        testing_support::MakeRandom(rng, type, 1 + static_cast<int>(rng() % 40), 1 + static_cast<int>(rng() % 20),
+                                    1 + static_cast<int>(rng() % 8), &b);
+        TUlong fast[4 * 256], plain[4 * 256];
+        imfCreateHistogramOnLuminance(b.get(), fast);
+        reference::LuminanceHistogram(b.b, plain);
+        ASSERT_EQ(std::memcmp(fast, plain, 256 * sizeof(TUlong)), 0) << testing_support::TypeName(type);
+        imfCreateAllHistogram(b.get(), fast);
+        reference::AllHistogram(b.b, plain);
+        ASSERT_EQ(std::memcmp(fast, plain, sizeof fast), 0) << testing_support::TypeName(type);
+    }
+}
+
+TEST(Histograms, StatedCases) {
+    // A 1-bit bitmap: a single count at entry 0 of each array.
+    OwnedImf bits;
+    ASSERT_NE(imfAllock(bits.get(), IMF_BINARY, 1, 13, 3), 0);
+    std::memset(bits->Data, 0xA5, static_cast<size_t>(bits->BytesPerLine) * 3);
+    TUlong all[4 * 256];
+    imfCreateAllHistogram(bits.get(), all);
+    for (int k = 0; k < 4; ++k)
+        for (int v = 0; v < 256; ++v) ASSERT_EQ(all[256 * k + v], v == 0 ? 1u : 0u);
+    // Binary luminance: each bit counted as 0 or 255 (decision of this library).
+    TUlong lum[256];
+    imfCreateHistogramOnLuminance(bits.get(), lum);
+    EXPECT_EQ(lum[0] + lum[255], 39u);
+    EXPECT_EQ(lum[255], 18u);  // rows 10100101 10100: 6 bits set, 3 rows
+    // RGB pixel (255, 0, 0): luminance 76, red 255, green 0, blue 0; BGR layout reversed.
+    for (unsigned type : {IMF_RGB, IMF_BGR, IMF_ARGB, IMF_ABGR}) {
+        OwnedImf b;
+        ASSERT_NE(imfAllock(b.get(), type, 1, 1, 1), 0);
+        const int red = type == IMF_RGB ? 0 : type == IMF_BGR ? 2 : type == IMF_ARGB ? 1 : 3;
+        b->Data[red] = 255;
+        imfCreateAllHistogram(b.get(), all);
+        EXPECT_EQ(all[76], 1u) << testing_support::TypeName(type);
+        EXPECT_EQ(all[256 + 255], 1u);
+        EXPECT_EQ(all[512 + 0], 1u);
+        EXPECT_EQ(all[768 + 0], 1u);
+    }
+    imfCreateAllHistogram(nullptr, all);  // cleared, no crash
+    EXPECT_EQ(all[0], 0u);
+}
+
+TEST(Corrections, MatchReferenceOnRandomBitmaps) {
+    unsigned seed = 31;
+    for (const Correction &c : kCorrections) {
+        SCOPED_TRACE(c.name);
+        testing_support::CheckAgainstReference(seed++, testing_support::kByteTypes, 9, 120, c.fast, c.ref);
+    }
+}
+
+// Low-contrast random pictures, where the thresholds and the ranges matter.
+TEST(Corrections, MatchReferenceOnNarrowRanges) {
+    std::mt19937 rng(77);
+    for (int round = 0; round < 60; ++round) {
+        const unsigned type = testing_support::kByteTypes[round % 9];
+        OwnedImf src;
+        testing_support::MakeRandom(rng, type, 40 + round, 30, 1, &src);
+        const int lo = static_cast<int>(rng() % 200), span = 1 + static_cast<int>(rng() % 40);
+        for (long i = 0; i < static_cast<long>(src->BytesPerLine) * src->Height; ++i)
+            src->Data[i] = static_cast<TUbyte>(lo + src->Data[i] % span);
+        if (round % 5 == 0) src->Data[0] = 0;  // one outlier, below the 0.1 % threshold or not
+        for (const Correction &c : kCorrections) {
+            OwnedImf expect, dst;
+            testing_support::Clone(src.b, &expect);
+            c.ref(src.b, expect.get(), IMF_RECT{0, 0, src->Width, src->Height});
+            ASSERT_EQ(c.fast(src.get(), dst.get(), nullptr), IMF_NOERROR);
+            ASSERT_EQ(testing_support::Diff(dst.b, expect.b), "") << c.name << " " << testing_support::TypeName(type);
+        }
+    }
+}
+
+TEST(Corrections, UniformGrey) {
+    for (const auto &op : {std::make_pair("auto levels", &imfAutoLevels), std::make_pair("normalize", &imfNormalize)}) {
+        OwnedImf b;
+        ASSERT_NE(imfAllock(b.get(), IMF_GREY, 1, 30, 40), 0);
+        std::memset(b->Data, 100, 30 * 40);
+        ASSERT_EQ(op.second(b.get(), nullptr, nullptr), IMF_NOERROR);
+        for (int i = 0; i < 30 * 40; ++i) ASSERT_EQ(b->Data[i], 100) << op.first;
+    }
+    OwnedImf b;
+    ASSERT_NE(imfAllock(b.get(), IMF_GREY, 1, 30, 40), 0);
+    std::memset(b->Data, 100, 30 * 40);
+    ASSERT_EQ(imfEqualize(b.get(), nullptr, nullptr), IMF_NOERROR);
+    EXPECT_EQ(b->Data[0], 255);
+}
+
+TEST(Corrections, FullRangeIsUnchangedByNormalize) {
+    OwnedImf b;
+    ASSERT_NE(imfAllock(b.get(), IMF_RGB, 3, 256, 2), 0);
+    for (int x = 0; x < 256; ++x)
+        for (int k = 0; k < 3; ++k) {
+            b->Data[3 * x + k] = static_cast<TUbyte>(k == 1 ? 255 - x : x);
+            b->Data[b->BytesPerLine + 3 * x + k] = static_cast<TUbyte>((x * 37 + k) & 255);
+        }
+    OwnedImf before;
+    testing_support::Clone(b.b, &before);
+    ASSERT_EQ(imfNormalize(b.get(), nullptr, nullptr), IMF_NOERROR);
+    EXPECT_EQ(testing_support::Diff(b.b, before.b), "");
+}
+
+TEST(Corrections, AutoContrastStatedExample) {
+    // Luminance 50..200 (half the pixels each): brightness 3, contrast 52.
+    OwnedImf b;
+    ASSERT_NE(imfAllock(b.get(), IMF_GREY, 1, 100, 20), 0);
+    for (int i = 0; i < 2000; ++i) b->Data[i] = static_cast<TUbyte>(i % 2 ? 200 : 50);
+    long brightness, contrast;
+    reference::AutoContrastParameters(b.b, &brightness, &contrast);
+    EXPECT_EQ(brightness, 3);
+    EXPECT_EQ(contrast, 52);
+    ASSERT_EQ(imfAutoContrast(b.get(), nullptr, nullptr), IMF_NOERROR);
+    EXPECT_EQ(b->Data[0], 1);
+    EXPECT_EQ(b->Data[1], 255);
+}
+
+TEST(Corrections, BalanceStatedExample) {
+    OwnedImf b;
+    ASSERT_NE(imfAllock(b.get(), IMF_RGB, 1, 1, 1), 0);
+    const TUbyte px[3] = {250, 5, 5};
+    std::memcpy(b->Data, px, 3);
+    const TLong values[4] = {10, 0, -10, 0};
+    ASSERT_EQ(imfBalance(b.get(), nullptr, nullptr, values), IMF_NOERROR);
+    EXPECT_EQ(b->Data[0], 255);
+    EXPECT_EQ(b->Data[1], 5);
+    EXPECT_EQ(b->Data[2], 0);
+}
+
+// imgBalance: the offsets land on the byte positions of the ordering table.
+TEST(Corrections, PublicBalanceOrdersTheOffsets) {
+    struct Case {
+        IMG_BITMAP_TYPE type;
+        IMG_COLOR color;
+        int delta[4];  // expected change of bytes 0..3 from 100
+    };
+    const Case cases[] = {
+        {IMG_BGR, {20, 0, 0, 0}, {0, 0, 20, 0}},
+        {IMG_ABGR, {10, 20, 30, 5}, {5, 30, 20, 0}},
+        {IMG_ARGB, {10, 20, 30, 5}, {5, 10, 20, 0}},
+        {IMG_RGBA, {10, 20, 30, 5}, {10, 20, 30, 0}},
+        {IMG_BGRA, {10, 20, 30, 5}, {30, 20, 10, 0}},
+        {IMG_RGB, {static_cast<IMG_UINT16>(-20), 0x0107, 0xFF80, 0}, {-20, 7, -100, 0}},
+        {IMG_CMYK, {1, 2, 3, 4}, {1, 2, 3, 0}},
+    };
+    for (const Case &c : cases) {
+        IMG_BITMAP *b = imgCreateBitmap(c.type, 3, 2);
+        ASSERT_NE(b, nullptr);
+        std::memset(b->Data, 100, static_cast<size_t>(b->BytesPerLine) * 2);
+        ASSERT_EQ(imgBalance(b, nullptr, &c.color), IMG_NO_ERROR);
+        for (int x = 0; x < 3; ++x)
+            for (int k = 0; k < b->BytesPerPixel; ++k) {
+                int want = 100 + c.delta[k];
+                want = want < 0 ? 0 : want;
+                ASSERT_EQ(b->Data[b->BytesPerLine + x * b->BytesPerPixel + k], want) << c.type << " byte " << k;
+            }
+        imgFreeBitmap(b);
+    }
+    IMG_BITMAP *b = imgCreateBitmap(IMG_RGB, 2, 2);
+    EXPECT_EQ(imgBalance(b, nullptr, nullptr), IMG_ERROR_BAD_PARAMETERS);
+    imgFreeBitmap(b);
+}
+
+TEST(Corrections, PublicEntryPointsRunOnTheWholeBitmap) {
+    const std::pair<const char *, std::function<IMG_ERROR(IMG_BITMAP *, IMG_BITMAP **)>> pubs[] = {
+        {"imgEqualize", imgEqualize},
+        {"imgEqualizeOnLuminance", imgEqualizeOnLuminance},
+        {"imgAutomaticLevels", imgAutomaticLevels},
+        {"imgNormalize", imgNormalize},
+        {"imgAutomaticContrast", imgAutomaticContrast},
+    };
+    for (size_t i = 0; i < 5; ++i) {
+        IMG_BITMAP *b = imgCreateBitmap(IMG_BGR, 17, 9);
+        ASSERT_NE(b, nullptr);
+        std::mt19937 rng(static_cast<unsigned>(i));
+        for (long j = 0; j < static_cast<long>(b->BytesPerLine) * b->Height; ++j)
+            b->Data[j] = static_cast<IMG_UINT8>(60 + rng() % 90);
+        IMF_BITMAP rec;
+        imge::imgCopyBitmapFromimgBitmap(&rec, b);
+        OwnedImf expect;
+        testing_support::Clone(rec, &expect);
+        kCorrections[i].ref(rec, expect.get(), IMF_RECT{0, 0, 17, 9});
+        IMG_BITMAP *out = nullptr;
+        ASSERT_EQ(pubs[i].second(b, &out), IMG_NO_ERROR);
+        ASSERT_NE(out, nullptr);
+        IMF_BITMAP got;
+        imge::imgCopyBitmapFromimgBitmap(&got, out);
+        EXPECT_EQ(testing_support::Diff(got, expect.b), "") << pubs[i].first;
+        imgFreeBitmap(out);
+        imgFreeBitmap(b);
+    }
+}
+
+TEST(Corrections, GreyWithSixteenLevelsIsRescaledAndDeclared256) {
+    std::mt19937 rng(5);
+    OwnedImf b;
+    ASSERT_NE(imfAllock(b.get(), IMF_GREY, 1, 64, 4), 0);
+    for (int i = 0; i < 256; ++i) b->Data[i] = static_cast<TUbyte>(rng() % 16);
+    b->ColorUsed = 16;
+    OwnedImf expect;
+    testing_support::Clone(b.b, &expect);
+    reference::EqualizeOnLuminance(b.b, expect.get(), IMF_RECT{0, 0, 64, 4});
+    ASSERT_EQ(imfEqualizeOnLuminance(b.get(), nullptr, nullptr), IMF_NOERROR);
+    EXPECT_EQ(b->ColorUsed, 256);
+    EXPECT_EQ(testing_support::Diff(b.b, expect.b), "");
+    for (int i = 0; i < 256; ++i) ASSERT_LE(b->Data[i], 15);  // the curve was rescaled to 16 levels
+}
+
+TEST(Corrections, RefusalsChangeNothing) {
+    std::mt19937 rng(9);
+    const IMF_RECT bad = {2, 2, 30, 1};
+    for (const Correction &c : kCorrections) {
+        OwnedImf bin, grey, before;
+        testing_support::MakeRandom(rng, IMF_BINARY, 20, 4, 1, &bin);
+        testing_support::Clone(bin.b, &before);
+        IMF_BITMAP dst;
+        std::memset(&dst, 0, sizeof dst);
+        EXPECT_EQ(c.fast(bin.get(), &dst, nullptr), IMF_ERRBADBITMAP) << c.name;
+        EXPECT_EQ(c.fast(bin.get(), nullptr, nullptr), IMF_ERRBADBITMAP) << c.name;
+        EXPECT_EQ(dst.Data, nullptr);
+        EXPECT_EQ(testing_support::Diff(bin.b, before.b), "");
+        testing_support::MakeRandom(rng, IMF_GREY, 20, 4, 1, &grey);
+        grey->ColorUsed = 100;
+        OwnedImf gb;
+        testing_support::Clone(grey.b, &gb);
+        EXPECT_EQ(c.fast(grey.get(), &dst, &bad), IMF_ERRBADPARAMS) << c.name;
+        EXPECT_EQ(c.fast(grey.get(), nullptr, &bad), IMF_ERRBADPARAMS) << c.name;
+        EXPECT_EQ(dst.Data, nullptr);
+        EXPECT_EQ(grey->ColorUsed, 100);
+        EXPECT_EQ(testing_support::Diff(grey.b, gb.b), "");
+        EXPECT_EQ(c.fast(nullptr, nullptr, nullptr), IMF_ERRBADPARAMS);
+    }
+    OwnedImf rgb;
+    testing_support::MakeRandom(rng, IMF_RGB, 3, 3, 1, &rgb);
+    EXPECT_EQ(imfBalance(rgb.get(), nullptr, nullptr, nullptr), IMF_ERRBADPARAMS);
+}
+
+// Empty bitmaps have no statistics: they come back unchanged with code 0,
+// palette included, and a destination is a plain copy.
+TEST(Corrections, EmptyBitmapsComeBackUnchanged) {
+    std::mt19937 rng(6);
+    for (unsigned type : {IMF_COLORS, IMF_GREY, IMF_RGBA})
+        for (const Correction &c : kCorrections) {
+            if (std::string(c.name) == "balance") continue;  // a plain table: defined on palettes
+            OwnedImf src, before, dst;
+            testing_support::MakeRandom(rng, type, 5, 1, 1, &src);
+            src->Height = 0;
+            src->ColorUsed = static_cast<TWord>(type == IMF_RGBA ? 0 : 77);
+            testing_support::Clone(src.b, &before);
+            ASSERT_EQ(c.fast(src.get(), dst.get(), nullptr), IMF_NOERROR) << c.name;
+            ASSERT_EQ(c.fast(src.get(), nullptr, nullptr), IMF_NOERROR) << c.name;
+            EXPECT_EQ(testing_support::Diff(src.b, before.b), "") << c.name;
+            EXPECT_EQ(testing_support::Diff(dst.b, before.b), "") << c.name;
+            EXPECT_EQ(src->ColorUsed, before->ColorUsed) << c.name;
+            EXPECT_EQ(dst->ColorUsed, before->ColorUsed) << c.name;
+        }
+}
+
+}  // namespace

@@ -1,0 +1,271 @@
+#include "reference/tone_reference.h"
+
+#include <cmath>
+#include <cstdlib>
+#include <cstring>
+
+#include "reference/lut_reference.h"
+
+namespace reference {
+namespace {
+
+int clamp(double v) { return v > 255 ? 255 : v < 0 ? 0 : static_cast<int>(v); }
+
+TUbyte *PixelAt(IMF_BITMAP *b, int x, int y) { return b->Data + y * b->BytesPerLine + x * b->BytesPerPixel; }
+const TUbyte *PixelAt(const IMF_BITMAP &b, int x, int y) { return b.Data + y * b.BytesPerLine + x * b.BytesPerPixel; }
+
+void RgbAt(unsigned type, int *r, int *g, int *b) {
+    if (type == IMF_BGR || type == IMF_BGRA) { *r = 2; *g = 1; *b = 0; }
+    else if (type == IMF_ABGR) { *r = 3; *g = 2; *b = 1; }
+    else if (type == IMF_ARGB) { *r = 1; *g = 2; *b = 3; }
+    else { *r = 0; *g = 1; *b = 2; }
+}
+
+int ChannelCount(const IMF_BITMAP &b) { return b.BytesPerPixel == 4 ? 3 : b.BytesPerPixel; }
+
+void MarkLevels(IMF_BITMAP *target) {
+    if (target->Type == IMF_BINARY || target->Type == IMF_GREY || target->Type == IMF_COLORS) target->ColorUsed = 256;
+}
+
+void EqualizeCurve(const TUlong *hist, TUbyte *table) {
+    double c[256];
+    double sum = 0;
+    for (int i = 0; i < 256; ++i) { sum += hist[i]; c[i] = sum; }
+    double range = c[255] - c[0];
+    if (range <= 0) range = 1;
+    for (int i = 0; i < 256; ++i) table[i] = static_cast<TUbyte>(std::trunc((c[i] - c[0]) * 255.0 / range));
+}
+
+void LevelsCurve(const TUlong *hist, long threshold, bool clip, TUbyte *table) {
+    int low = -1, high = -1;
+    if (clip) {
+        for (int i = 0; i < 256 && low < 0; ++i) {
+            long long s = 0;
+            for (int j = 0; j <= i; ++j) s += hist[j];
+            if (s > threshold) low = i;
+        }
+        for (int i = 255; i >= 0 && high < 0; --i) {
+            long long s = 0;
+            for (int j = i; j <= 255; ++j) s += hist[j];
+            if (s > threshold) high = i;
+        }
+    }
+    if (!clip || low == high) {
+        for (int i = 255; i >= 0; --i) if (hist[i]) low = i;
+        for (int i = 0; i < 256; ++i) if (hist[i]) high = i;
+    }
+    for (int i = 0; i < 256; ++i) {
+        if (i < low) table[i] = 0;
+        else if (i > high) table[i] = 255;
+        else if (high == low) table[i] = static_cast<TUbyte>(i);
+        else table[i] = static_cast<TUbyte>((255 * (i - low)) / (high - low));
+    }
+}
+
+void PerChannel(const IMF_BITMAP &src, IMF_BITMAP *target, const IMF_RECT &rect, bool equalize, bool clip) {
+    TUlong hist[4 * 256];
+    ComponentHistogram(src, hist);
+    TUbyte tables[768];
+    const long threshold = static_cast<long>(static_cast<long long>(src.Width) * src.Height / 1000);
+    for (int k = 0; k < 3; ++k) {
+        int from = k < ChannelCount(src) ? k : 0;  // one-channel bitmaps: table 0 everywhere
+        if (equalize) EqualizeCurve(hist + 256 * from, tables + 256 * k);
+        else LevelsCurve(hist + 256 * from, threshold, clip, tables + 256 * k);
+    }
+    ApplyLutMore(src, target, rect, tables);
+    MarkLevels(target);
+}
+
+}  // namespace
+
+void BrightnessTable(TUbyte t[256], long b) {
+    for (int v = 0; v < 256; ++v) t[v] = static_cast<TUbyte>(clamp(static_cast<double>(v) + b));
+}
+
+void ContrastTable(TUbyte t[256], long c) {
+    for (int v = 0; v < 256; ++v) {
+        double x = c > 0 ? (v - c) * 255.0 / (255 - 2 * c) : v * (255.0 + 2 * c) / 255 - c;
+        t[v] = static_cast<TUbyte>(clamp(std::trunc(x)));
+    }
+}
+
+void GammaTable(TUbyte t[256], double g) {
+    for (int v = 0; v < 256; ++v) t[v] = static_cast<TUbyte>(std::trunc(std::pow(v / 255.0, 1.0 / g) * 255.0 + 0.5));
+}
+
+void LogTable(TUbyte t[256]) {
+    for (int v = 0; v < 256; ++v) t[v] = static_cast<TUbyte>(std::trunc(std::log(v + 1.0) * 255.0 / std::log(256.0)));
+}
+
+void LevelsTable(TUbyte t[256], long low, long high) {
+    for (int v = 0; v < 256; ++v)
+        t[v] = v <= low ? 0 : v >= high ? 255 : static_cast<TUbyte>((255 * (v - low)) / (high - low));
+}
+
+void PosterizeTable(TUbyte t[256], long levels) {
+    const long step = 256 / levels, increment = 255 / (levels - 1);
+    long start = 0, value = 0;
+    for (;;) {
+        if (start + increment > 255) {
+            for (long i = start; i <= 255; ++i) t[i] = 255;
+            return;
+        }
+        for (long i = start; i < start + step && i <= 255; ++i) t[i] = static_cast<TUbyte>(value);
+        if (start + step > 255) return;
+        value += increment;
+        start += step;
+    }
+}
+
+void SolarizeTable(TUbyte t[256], long threshold) {
+    for (int v = 0; v < 256; ++v) t[v] = static_cast<TUbyte>(v <= threshold ? v : 255 - v);
+}
+
+void AdjustTable(TUbyte t[256], long b, long c, double g) {
+    TUbyte bt[256], ct[256], gt[256];
+    BrightnessTable(bt, b);
+    ContrastTable(ct, c);
+    GammaTable(gt, g);
+    for (int v = 0; v < 256; ++v) {
+        int w = ct[bt[v]];
+        if (g < 0.9999 || g > 1.0001) w = gt[w];
+        t[v] = static_cast<TUbyte>(w);
+    }
+}
+
+int Conbright(int value, long amount, int max) {
+    if (amount == 0) return value;
+    long a = std::labs(amount) & 0xFFFF;
+    if (a > max) a = max;
+    long target = amount > 0 ? 2 * max : 0;
+    long r = (2 * value + ((target - 2 * value) * a) / max) / 2;
+    return r > max ? max : r < 0 ? 0 : static_cast<int>(r);
+}
+
+void ContraBrightness(const IMF_BITMAP &src, IMF_BITMAP *target, const IMF_RECT &rect, long amount) {
+    for (int y = rect.top; y < rect.top + rect.height; ++y)
+        for (int x = rect.left; x < rect.left + rect.width; ++x) {
+            const TUbyte *in = PixelAt(src, x, y);
+            TUbyte *out = PixelAt(target, x, y);
+            out[0] = static_cast<TUbyte>(Conbright(in[0], amount, 255));
+            if (src.BytesPerPixel > 2) {
+                out[1] = static_cast<TUbyte>(Conbright(in[1], amount, 255));
+                out[2] = static_cast<TUbyte>(Conbright(in[2], amount, 255));
+            }
+            if (src.BytesPerPixel == 4) out[3] = in[3];
+        }
+    target->TransparentIndex = -1;
+}
+
+void Gammasat(const IMF_BITMAP &src, IMF_BITMAP *target, const IMF_RECT &rect, double g) {
+    for (int y = rect.top; y < rect.top + rect.height; ++y)
+        for (int x = rect.left; x < rect.left + rect.width; ++x) {
+            const TUbyte *in = PixelAt(src, x, y);
+            TUbyte *out = PixelAt(target, x, y);
+            int m = in[0];
+            if (in[1] > m) m = in[1];
+            if (in[2] > m) m = in[2];
+            for (int k = 0; k < 3; ++k) {
+                int v = in[k];
+                out[k] = static_cast<TUbyte>(v >= m ? v : v == 0 ? 0 : static_cast<int>(m * std::pow(static_cast<double>(v) / m, g)));
+            }
+            if (src.BytesPerPixel == 4) out[3] = in[3];
+        }
+    target->TransparentIndex = -1;
+}
+
+void LuminanceHistogram(const IMF_BITMAP &b, TUlong hist[256]) {
+    std::memset(hist, 0, 256 * sizeof(TUlong));
+    int r, g, bl;
+    RgbAt(b.Type, &r, &g, &bl);
+    for (int y = 0; y < b.Height; ++y)
+        for (int x = 0; x < b.Width; ++x) {
+            const TUbyte *p = PixelAt(b, x, y);
+            if (b.BytesPerPixel == 1) ++hist[p[0]];
+            else ++hist[(77 * p[r] + 150 * p[g] + 29 * p[bl]) >> 8];
+        }
+}
+
+void AllHistogram(const IMF_BITMAP &b, TUlong hist[4 * 256]) {
+    std::memset(hist, 0, 4 * 256 * sizeof(TUlong));
+    if (b.BitsPerComponent == 1) {
+        for (int k = 0; k < 4; ++k) hist[256 * k] = 1;
+        return;
+    }
+    int r, g, bl;
+    RgbAt(b.Type, &r, &g, &bl);
+    for (int y = 0; y < b.Height; ++y)
+        for (int x = 0; x < b.Width; ++x) {
+            const TUbyte *p = PixelAt(b, x, y);
+            if (b.BytesPerPixel == 1) { ++hist[p[0]]; continue; }
+            ++hist[(77 * p[r] + 150 * p[g] + 29 * p[bl]) >> 8];
+            if (b.BytesPerPixel > 2) {
+                ++hist[256 + p[r]];
+                ++hist[512 + p[g]];
+                ++hist[768 + p[bl]];
+            }
+        }
+}
+
+void ComponentHistogram(const IMF_BITMAP &b, TUlong hist[4 * 256]) {
+    std::memset(hist, 0, 4 * 256 * sizeof(TUlong));
+    for (int y = 0; y < b.Height; ++y)
+        for (int x = 0; x < b.Width; ++x)
+            for (int k = 0; k < b.BytesPerPixel; ++k) ++hist[256 * k + PixelAt(b, x, y)[k]];
+}
+
+void Equalize(const IMF_BITMAP &src, IMF_BITMAP *target, const IMF_RECT &rect) {
+    PerChannel(src, target, rect, true, false);
+}
+
+void EqualizeOnLuminance(const IMF_BITMAP &src, IMF_BITMAP *target, const IMF_RECT &rect) {
+    TUlong hist[256];
+    LuminanceHistogram(src, hist);
+    TUbyte table[256];
+    EqualizeCurve(hist, table);
+    ApplyLut(src, target, rect, table);
+    MarkLevels(target);
+}
+
+void AutoLevels(const IMF_BITMAP &src, IMF_BITMAP *target, const IMF_RECT &rect) {
+    PerChannel(src, target, rect, false, true);
+}
+
+void Normalize(const IMF_BITMAP &src, IMF_BITMAP *target, const IMF_RECT &rect) {
+    PerChannel(src, target, rect, false, false);
+}
+
+void AutoContrastParameters(const IMF_BITMAP &src, long *brightness, long *contrast) {
+    TUlong hist[256];
+    LuminanceHistogram(src, hist);
+    const long long t = static_cast<long long>(src.Width) * src.Height / 1000;
+    int lo = 255, hi = 0;
+    long long s = 0;
+    for (int i = 0; i < 256; ++i) { s += hist[i]; if (s > t) { lo = i; break; } }
+    s = 0;
+    for (int i = 255; i >= 0; --i) { s += hist[i]; if (s > t) { hi = i; break; } }
+    if (lo == hi) {
+        for (int i = 255; i >= 0; --i) if (hist[i]) lo = i;
+        for (int i = 0; i < 256; ++i) if (hist[i]) hi = i;
+    }
+    *brightness = 128 - (hi + lo) / 2;
+    *contrast = (255 - (hi - lo)) / 2;
+}
+
+void AutoContrast(const IMF_BITMAP &src, IMF_BITMAP *target, const IMF_RECT &rect) {
+    long b, c;
+    AutoContrastParameters(src, &b, &c);
+    TUbyte table[256];
+    AdjustTable(table, b, c, 1.0);
+    ApplyLut(src, target, rect, table);
+}
+
+void Balance(const IMF_BITMAP &src, IMF_BITMAP *target, const IMF_RECT &rect, const long values[3]) {
+    TUbyte tables[768];
+    for (int k = 0; k < 3; ++k)
+        for (int i = 0; i < 256; ++i) tables[256 * k + i] = static_cast<TUbyte>(clamp(static_cast<double>(i) + values[k]));
+    ApplyLutMore(src, target, rect, tables);
+    MarkLevels(target);
+}
+
+}  // namespace reference
