@@ -1,5 +1,6 @@
 #include "filters/row_frame.h"
 
+#include <cstdint>
 #include <cstring>
 
 #include "core/bitmap_check.h"
@@ -54,7 +55,9 @@ IMF_ERROR RunRowFrame(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, in
     const std::size_t row_bytes = (static_cast<std::size_t>(src->Width) + 2 * static_cast<std::size_t>(half)) *
                                   static_cast<std::size_t>(bpp);
     Scratch<uint8_t> ring;
-    if (row_bytes > static_cast<std::size_t>(-1) / static_cast<std::size_t>(n + 1) ||
+    // Kernels address ring rows with int byte positions.
+    if (row_bytes > static_cast<std::size_t>(INT32_MAX) ||
+        row_bytes > static_cast<std::size_t>(-1) / static_cast<std::size_t>(n + 1) ||
         !ring.Allocate(row_bytes * static_cast<std::size_t>(n + 1), true) ||
         !kernel.prepare(kernel.context, src->Width, bpp)) {
         imfFree(&work);
