@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include <hwy/targets.h>
+
 #include "filters/linear_rows.h"
 #include "libformat.h"
 #include "libimge.h"
@@ -93,10 +95,10 @@ Drawn DrawOp(std::mt19937 &rng) {
     }
 }
 
-TEST(LinearFilters, MatchReferenceOnRandomBitmaps) {
-    std::mt19937 rng(20);
+void CompareOnRandomBitmaps(unsigned seed, int iterations) {
+    std::mt19937 rng(seed);
     std::uniform_int_distribution<int> size(1, 29), wide(30, 90), pack(1, 8), coin(0, 1);
-    for (int iter = 0; iter < 700; ++iter) {
+    for (int iter = 0; iter < iterations; ++iter) {
         const unsigned type = testing_support::kByteTypes[iter % 9];
         const int w = iter % 4 == 0 ? wide(rng) : size(rng), h = size(rng);
         OwnedImf src, before, expect, dst;
@@ -111,12 +113,26 @@ TEST(LinearFilters, MatchReferenceOnRandomBitmaps) {
         op.ref(*before.get(), expect.get(), area);
         ASSERT_EQ(op.fast(src.get(), with_dst ? dst.get() : nullptr, use_area ? &area : nullptr), IMF_NOERROR);
         if (with_dst) {
-            EXPECT_EQ(testing_support::Diff(*dst.get(), *expect.get()), "");
-            EXPECT_EQ(testing_support::Diff(*src.get(), *before.get()), "") << "source changed";
+            ASSERT_EQ(testing_support::Diff(*dst.get(), *expect.get()), "");
+            ASSERT_EQ(testing_support::Diff(*src.get(), *before.get()), "") << "source changed";
         } else {
-            EXPECT_EQ(testing_support::Diff(*src.get(), *expect.get()), "");
+            ASSERT_EQ(testing_support::Diff(*src.get(), *expect.get()), "");
         }
     }
+}
+
+TEST(LinearFilters, MatchReferenceOnRandomBitmaps) { CompareOnRandomBitmaps(20, 700); }
+
+// The same on every vector target this machine can run (the best one is
+// chosen otherwise, so the narrower ones would go untested).
+TEST(LinearFilters, MatchReferenceOnEveryVectorTarget) {
+    for (int64_t target : hwy::SupportedAndGeneratedTargets()) {
+        hwy::SetSupportedTargetsForTest(target);
+        SCOPED_TRACE(hwy::TargetName(target));
+        CompareOnRandomBitmaps(static_cast<unsigned>(target % 1000 + 21), 250);
+        if (HasFatalFailure()) break;
+    }
+    hwy::SetSupportedTargetsForTest(0);
 }
 
 // A w x h grey bitmap filled with `value`, then the listed bytes set.
