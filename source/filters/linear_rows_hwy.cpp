@@ -87,7 +87,8 @@ int LinearShortVec(const int16_t *HWY_RESTRICT w, const uint8_t *const *HWY_REST
     const hn::RebindToUnsigned<decltype(d16)> du16;
     const auto vmagic = hn::Set(du16, sd.magic);
     const auto vneg = hn::Set(d16, static_cast<int16_t>(sd.negative ? -1 : 0));
-    const auto vbias = hn::Set(d32, bias), vscale = hn::Set(d32, scale), vlone = hn::Set(d32, lone_w);
+    const auto vbias = hn::Set(d32, bias);
+    const auto vscale = hn::Set(df, static_cast<float>(scale)), vlone = hn::Set(df, static_cast<float>(lone_w));
     const auto vrecip = hn::Set(df, recip);
     int i = begin;
     for (; i + L <= end; i += L) {
@@ -104,11 +105,14 @@ int LinearShortVec(const int16_t *HWY_RESTRICT w, const uint8_t *const *HWY_REST
             hn::StoreU(hn::DemoteTo(d8, hn::SaturatedAdd(acc, vbias16)), d8, out + i);
             continue;
         }
+        // In single precision: every value here is an integer below 2^22.
         auto halves = [&](hn::Vec<decltype(d32)> v, int pos) {
-            if (scale != 1) v = hn::Mul(v, vscale);
-            if (lone_base) v = hn::Add(v, hn::Mul(hn::PromoteTo(d32, hn::LoadU(d8h, lone_base + pos)), vlone));
-            if (divide) v = hn::ConvertTo(d32, hn::Mul(hn::ConvertTo(df, v), vrecip));
-            hn::StoreU(hn::DemoteTo(d8h, hn::Add(v, vbias)), d8h, out + pos);
+            auto f = hn::ConvertTo(df, v);
+            if (scale != 1) f = hn::Mul(f, vscale);
+            if (lone_base)
+                f = hn::MulAdd(hn::ConvertTo(df, hn::PromoteTo(d32, hn::LoadU(d8h, lone_base + pos))), vlone, f);
+            if (divide) f = hn::Mul(f, vrecip);
+            hn::StoreU(hn::DemoteTo(d8h, hn::Add(hn::ConvertTo(d32, f), vbias)), d8h, out + pos);
         };
         halves(hn::PromoteTo(d32, hn::LowerHalf(dh, acc)), i);
         halves(hn::PromoteTo(d32, hn::UpperHalf(dh, acc)), i + H);
