@@ -375,6 +375,28 @@ TEST(RankOpenCV, ErodeDilateAndMedianBlurAgree) {
             }
         }
 }
+
+// With an even side OpenCV anchors the square at N / 2 as well: one more
+// column and row before the centre than after it, as here.
+TEST(RankOpenCV, ErodeAndDilateAgreeForEvenSizes) {
+    std::mt19937 rng(32);
+    for (int n = 2; n <= 14; n += 2) {
+        OwnedImf src;
+        testing_support::MakeRandom(rng, IMF_BGRA, 37, 29, 1, &src);
+        cv::Mat m(src->Height, src->Width, CV_8UC4, src->Data, static_cast<std::size_t>(src->BytesPerLine));
+        const cv::Mat kernel = cv::getStructuringElement(cv::MORPH_RECT, cv::Size(n, n));
+        cv::Mat eroded, dilated;
+        cv::erode(m, eroded, kernel, cv::Point(-1, -1), 1, cv::BORDER_REPLICATE);
+        cv::dilate(m, dilated, kernel, cv::Point(-1, -1), 1, cv::BORDER_REPLICATE);
+        OwnedImf lo, hi;
+        ASSERT_EQ(imfMinimum(src.get(), lo.get(), nullptr, n), IMF_NOERROR);
+        ASSERT_EQ(imfMaximum(src.get(), hi.get(), nullptr, n), IMF_NOERROR);
+        for (int y = 0; y < src->Height; ++y) {
+            ASSERT_EQ(std::memcmp(lo->Data + y * lo->BytesPerLine, eroded.ptr(y), 37 * 4), 0) << "erode n " << n;
+            ASSERT_EQ(std::memcmp(hi->Data + y * hi->BytesPerLine, dilated.ptr(y), 37 * 4), 0) << "dilate n " << n;
+        }
+    }
+}
 #endif
 
 }  // namespace

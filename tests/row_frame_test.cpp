@@ -30,8 +30,8 @@ TEST(PrepareRow, StatedExampleAndRowsBeyondTheEdges) {
     ASSERT_NE(imfAllock(c.get(), IMF_RGB, 1, 2, 1), 0);
     const TUbyte px[6] = {1, 2, 3, 4, 5, 6};
     std::memcpy(c->Data, px, 6);
-    TUbyte buf[18];  // (Width + 2 * half) pixels
-    imge::PrepareRow(buf, c.get(), 0, 4);  // half 2
+    TUbyte buf[18];
+    imge::PrepareRow(buf, c.get(), 0, 4);  // half 2: (2 + 4) pixels
     const TUbyte want[18] = {1, 2, 3, 1, 2, 3, 1, 2, 3, 4, 5, 6, 4, 5, 6, 4, 5, 6};
     EXPECT_EQ(std::memcmp(buf, want, 18), 0);
 }

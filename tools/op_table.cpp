@@ -115,6 +115,8 @@ const std::vector<Op> &AllOps() {
         AddFamily(v, "files", InfoOps());
         AddFamily(v, "tone", LutOps());
         AddFamily(v, "tone", ToneOps());
+        AddFamily(v, "filters", FilterOps());
+        AddFamily(v, "rank", RankOps());
         return v;
     }();
     return all;

@@ -119,6 +119,8 @@ Op WithCheck(Op op, std::function<void(const Args &)> check);
 std::vector<Op> InfoOps();
 std::vector<Op> LutOps();
 std::vector<Op> ToneOps();
+std::vector<Op> FilterOps();
+std::vector<Op> RankOps();
 
 // Every row, in family order; Find returns null for an unknown name.
 const std::vector<Op> &AllOps();

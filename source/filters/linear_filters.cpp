@@ -67,7 +67,7 @@ public:
         bpp_ = bpp;
         magic_ = DivisionMagic(static_cast<uint32_t>(n_ * n_));
         bytes_ = (static_cast<std::size_t>(width) + 2 * static_cast<std::size_t>(n_ >> 1)) * static_cast<std::size_t>(bpp);
-        return col_.Allocate(bytes_);
+        return col_.Allocate(bytes_) && totals_.Allocate(bytes_ + kBoxScratchLead);
     }
     void Row(const uint8_t *const *slots, int begin, int end, uint8_t *out) {
         if (!slots[n_]) {
@@ -76,7 +76,7 @@ public:
         } else {
             ColumnUpdate(col_.get(), slots[n_ - 1], slots[n_], bytes_);
         }
-        BoxRow(col_.get(), n_, bpp_, begin, end, magic_, out);
+        BoxRowFast(col_.get(), n_, bpp_, begin, end, magic_, totals_.get(), out);
     }
 
 private:
@@ -84,6 +84,7 @@ private:
     uint64_t magic_ = 0;
     std::size_t bytes_ = 0;
     Scratch<uint16_t> col_;
+    Scratch<uint16_t> totals_;
 };
 
 IMF_ERROR RunPlan(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, int n, bool ok, LinearPlan *plan) {

@@ -34,9 +34,36 @@ void LinearPlan::Add(int k, int j, int64_t w) {
 
 float RecipOf(int64_t d) {
     const int64_t a = d < 0 ? -d : d;
-    float c = static_cast<float>(1.0 / static_cast<double>(a));
-    while (static_cast<double>(c) * static_cast<double>(a) < 1.0) c = std::nextafter(c, 2.0f);
-    return d < 0 ? -c : c;
+    // volatile: the comparison must see the value rounded to float, also
+    // where the compiler would keep more precision (x87).
+    volatile float c = static_cast<float>(1.0 / static_cast<double>(a));
+    while (static_cast<double>(c) * static_cast<double>(a) < 1.0) c = std::nextafter(static_cast<float>(c), 2.0f);
+    const float r = c;
+    return d < 0 ? -r : r;
+}
+
+LinearPlan::Div16 MakeDiv16(uint32_t d) {
+    LinearPlan::Div16 v;
+    int s = 0;
+    while ((uint32_t{1} << (s + 1)) < d) ++s;  // 2^s < d <= 2^(s+1), or d <= 2
+    if ((d & (d - 1)) == 0) {
+        while ((uint32_t{1} << v.shift) < d) ++v.shift;
+        return v;
+    }
+    v.magic = static_cast<uint16_t>(((uint64_t{1} << (16 + s)) + d - 1) / d);
+    v.shift = s;
+    return v;
+}
+
+BoxDivision MakeBoxDivision(int n) {
+    BoxDivision b;
+    uint32_t d = static_cast<uint32_t>(n * n);
+    while ((d & 1) == 0) {
+        d >>= 1;
+        ++b.pre_shift;
+    }
+    b.odd = MakeDiv16(d);
+    return b;
 }
 
 namespace {
@@ -95,6 +122,8 @@ void LinearPlan::Finish() {
                     n_minus += pass == 1;
                 }
             }
+        short_divide = divisor != 1 && scale == 1 && lone < 0 && Abs(divisor) < 32768 && Abs(bias) < 32768;
+        if (short_divide) div16 = MakeDiv16(static_cast<uint32_t>(Abs(divisor)));
         return;
     }
 }

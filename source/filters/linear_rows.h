@@ -47,6 +47,30 @@ struct LinearPlan {
     int32_t scale = 1;
     int lone = -1;  // index into tap[], or -1
     float recip = 1.0f;
+    // kShort with scale 1, no lone tap and |divisor| < 2^15: the quotient in
+    // 16-bit lanes as sign * (|sum| / |divisor|), the division by div16.
+    bool short_divide = false;
+    struct Div16 {
+        uint16_t magic = 0;  // 0: a plain shift
+        int shift = 0;
+    } div16;
+};
+
+// floor(x / d) for 0 <= x < 2^15 and 1 <= d < 2^15 as a 16-bit multiply-high
+// and a shift (d a power of two: the shift alone). With 2^s < d <= 2^(s+1)
+// and magic = ceil(2^(16+s) / d) < 2^16, the error term x * (magic * d -
+// 2^(16+s)) stays below 2^(16+s), so the result is exact.
+LinearPlan::Div16 MakeDiv16(uint32_t d);
+inline uint32_t ApplyDiv16(const LinearPlan::Div16 &v, uint32_t x) {
+    return v.magic ? ((x * v.magic) >> 16) >> v.shift : x >> v.shift;
+}
+
+// What the 16-bit vector path needs of a kShort plan's division.
+struct ShortDivide {
+    bool on = false;
+    uint16_t magic = 0;
+    int shift = 0;
+    bool negative = false;  // divisor < 0
 };
 
 // The plan's formula for every byte, in 64-bit integers.
@@ -61,6 +85,9 @@ void SharpenRow(int64_t p, int64_t d, const uint8_t *const *slots, int bpp, int 
 // Percentages whose arithmetic the vector path reproduces exactly
 // (|p * S8| < 2^24, |100 * C - (p * S8) / 8| + |d| <= 2^22).
 inline bool SharpenFitsFloat(int64_t p) { return p >= -8000 && p <= 8000; }
+// Percentages computed in 16-bit lanes only: |p| * S8 / 8 < 2^15 and
+// |100 * C - (p * S8) / 8| < 2^15.
+inline bool SharpenFitsShort(int64_t p) { return p >= -28 && p <= 128; }
 // The smallest float not below 1/|d|, with d's sign: for integers a with
 // |a| + |d| <= 2^22, a * RecipOf(d) truncates to a / d (truncated).
 float RecipOf(int64_t d);
@@ -78,5 +105,23 @@ inline uint64_t DivisionMagic(uint32_t d) { return ((uint64_t{1} << 32) + d - 1)
 // Box mean of side n from the column sums: out[i] = (sum of col[i + j * bpp],
 // j = 0 .. n - 1) / (n * n), by a running sum along each byte position.
 void BoxRow(const uint16_t *col, int n, int bpp, int begin, int end, uint64_t magic, uint8_t *out);
+
+// floor(x / (n * n)) for every box sum 0 .. 255 * n * n (n = 2 .. 15): a
+// shift by the power of two in n * n, then the odd part by MakeDiv16
+// (exact below 2^15 by the bound above; the odd squares up to 225 are
+// checked exhaustively over their whole range by the tests).
+struct BoxDivision {
+    int pre_shift = 0;
+    LinearPlan::Div16 odd;
+};
+BoxDivision MakeBoxDivision(int n);
+inline uint32_t ApplyBoxDivision(const BoxDivision &b, uint32_t x) { return ApplyDiv16(b.odd, x >> b.pre_shift); }
+
+// BoxRow through vectors: running totals along each byte position and
+// their differences. scratch holds kBoxScratchLead + (width + 2 * (n >> 1))
+// * bpp values.
+constexpr int kBoxScratchLead = 8;
+void BoxRowFast(const uint16_t *col, int n, int bpp, int begin, int end, uint64_t magic, uint16_t *scratch,
+                uint8_t *out);
 
 }  // namespace imge

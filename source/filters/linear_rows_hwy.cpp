@@ -24,10 +24,13 @@ int LinearFloatVec(const float *, const uint8_t *const *, int, float, bool, int3
     return begin;
 }
 int LinearShortVec(const int16_t *, const uint8_t *const *, int, int, int, int32_t, const uint8_t *, int32_t, float,
-                   bool, int32_t, int begin, int, uint8_t *) {
+                   bool, int32_t, const ShortDivide &, int begin, int, uint8_t *) {
     return begin;
 }
 int SharpenRowVec(float, float, bool, const uint8_t *const *, int, int begin, int, uint8_t *) { return begin; }
+int BoxPrefixVec(const uint16_t *, int, int, uint16_t *) { return 0; }
+int SharpenShortVec(int, uint16_t, int, bool, const uint8_t *const *, int, int begin, int, uint8_t *) { return begin; }
+int BoxDiffVec(const uint16_t *, int, int, int, uint16_t, int, int, uint8_t *) { return 0; }
 #else
 
 // Each returns the first byte position left for the caller.
@@ -70,7 +73,7 @@ HWY_INLINE hn::Vec<D16> ShortSum(D16 d16, D8 d8, const int16_t *HWY_RESTRICT w, 
 
 int LinearShortVec(const int16_t *HWY_RESTRICT w, const uint8_t *const *HWY_RESTRICT base, int n_plus, int n_minus,
                    int n_short, int32_t scale, const uint8_t *lone_base, int32_t lone_w, float recip, bool divide,
-                   int32_t bias, int begin, int end, uint8_t *HWY_RESTRICT out) {
+                   int32_t bias, const ShortDivide &sd, int begin, int end, uint8_t *HWY_RESTRICT out) {
     const hn::ScalableTag<int16_t> d16;
     const hn::Rebind<uint8_t, decltype(d16)> d8;
     const hn::Half<decltype(d16)> dh;
@@ -79,14 +82,25 @@ int LinearShortVec(const int16_t *HWY_RESTRICT w, const uint8_t *const *HWY_REST
     const hn::Rebind<uint8_t, decltype(d32)> d8h;
     const int L = static_cast<int>(hn::Lanes(d16));
     const int H = static_cast<int>(hn::Lanes(d32));
-    const bool direct = scale == 1 && !lone_base && !divide && bias >= -32768 && bias <= 32767;
+    const bool direct = scale == 1 && !lone_base && bias >= -32768 && bias <= 32767 && (!divide || sd.on);
     const auto vbias16 = hn::Set(d16, static_cast<int16_t>(direct ? bias : 0));
+    const hn::RebindToUnsigned<decltype(d16)> du16;
+    const auto vmagic = hn::Set(du16, sd.magic);
+    const auto vneg = hn::Set(d16, static_cast<int16_t>(sd.negative ? -1 : 0));
     const auto vbias = hn::Set(d32, bias), vscale = hn::Set(d32, scale), vlone = hn::Set(d32, lone_w);
     const auto vrecip = hn::Set(df, recip);
     int i = begin;
     for (; i + L <= end; i += L) {
-        const auto acc = ShortSum(d16, d8, w, base, n_plus, n_minus, n_short, i);
+        auto acc = ShortSum(d16, d8, w, base, n_plus, n_minus, n_short, i);
         if (direct) {
+            if (divide) {
+                // sign * floor(|sum| / |divisor|), sign that of sum / divisor.
+                auto x = hn::BitCast(du16, hn::Abs(acc));
+                if (sd.magic) x = hn::MulHigh(x, vmagic);
+                x = hn::ShiftRightSame(x, sd.shift);
+                const auto sign = hn::Xor(hn::ShiftRight<15>(acc), vneg);  // 0 or -1
+                acc = hn::Sub(hn::Xor(hn::BitCast(d16, x), sign), sign);
+            }
             hn::StoreU(hn::DemoteTo(d8, hn::SaturatedAdd(acc, vbias16)), d8, out + i);
             continue;
         }
@@ -136,6 +150,99 @@ int SharpenRowVec(float p, float recip, bool divide, const uint8_t *const *HWY_R
     return i;
 }
 
+// imfSharpen for the usual percentages (SharpenFitsShort) in 16-bit lanes
+// only: inner = |p| * S8 >> 3 from the 32-bit product's two halves (S8 and
+// |p| are non-negative, so the shift truncates like the division), then
+// num = 100 * C -/+ inner and sign * (|num| / |d|) by the 16-bit division.
+int SharpenShortVec(int p, uint16_t magic, int shift, bool d_negative, const uint8_t *const *HWY_RESTRICT slots,
+                    int bpp, int begin, int end, uint8_t *HWY_RESTRICT out) {
+    const hn::ScalableTag<int16_t> d16;
+    const hn::RebindToUnsigned<decltype(d16)> du16;
+    const hn::Rebind<uint8_t, decltype(d16)> d8;
+    const int L = static_cast<int>(hn::Lanes(d16));
+    const uint8_t *base[8] = {slots[0], slots[0] + bpp, slots[0] + 2 * bpp, slots[1],
+                              slots[1] + 2 * bpp, slots[2], slots[2] + bpp, slots[2] + 2 * bpp};
+    const uint8_t *centre = slots[1] + bpp;
+    const auto vp = hn::Set(du16, static_cast<uint16_t>(p < 0 ? -p : p));
+    const auto hundred = hn::Set(d16, 100);
+    const auto vmagic = hn::Set(du16, magic);
+    const auto vneg = hn::Set(d16, static_cast<int16_t>(d_negative ? -1 : 0));
+    int i = begin;
+    for (; i + L <= end; i += L) {
+        const auto s8 = hn::BitCast(du16, ShortSum(d16, d8, nullptr, base, 8, 0, 8, i));
+        const auto lo = hn::Mul(s8, vp), hi = hn::MulHigh(s8, vp);
+        const auto inner = hn::BitCast(d16, hn::Or(hn::ShiftLeft<13>(hi), hn::ShiftRight<3>(lo)));
+        const auto c100 = hn::Mul(hn::PromoteTo(d16, hn::LoadU(d8, centre + i)), hundred);
+        const auto num = p < 0 ? hn::Add(c100, inner) : hn::Sub(c100, inner);
+        auto q = hn::BitCast(du16, hn::Abs(num));
+        if (magic) q = hn::MulHigh(q, vmagic);
+        q = hn::ShiftRightSame(q, shift);
+        const auto sign = hn::Xor(hn::ShiftRight<15>(num), vneg);
+        const auto v = hn::Sub(hn::Xor(hn::BitCast(d16, q), sign), sign);
+        hn::StoreU(hn::DemoteTo(d8, v), d8, out + i);
+    }
+    return i;
+}
+
+// Box mean along a row from the column sums, in two passes that do not
+// depend on the box size: running totals along each byte position
+// (q[t] = col[t] + q[t - bpp], modulo 2^16; q[-bpp .. -1] are 0), then
+// each window as the difference of two totals (exact modulo 2^16, since a
+// window's sum is below 2^16), divided by n * n through the reciprocal.
+template <int kBpp>
+int PrefixBlocks(const uint16_t *HWY_RESTRICT col, int count, uint16_t *HWY_RESTRICT q) {
+    const hn::Full128<uint16_t> d;
+    const hn::Full128<uint8_t> d8;
+    // Lane i of a block continues the total of lane 8 - kBpp + i % kBpp of
+    // the block before.
+    HWY_ALIGN uint8_t idx[16];
+    for (int i = 0; i < 8; ++i) {
+        const int j = 8 - kBpp + i % kBpp;
+        idx[2 * i] = static_cast<uint8_t>(2 * j);
+        idx[2 * i + 1] = static_cast<uint8_t>(2 * j + 1);
+    }
+    const auto carry_idx = hn::Load(d8, idx);
+    auto prev = hn::Zero(d);
+    int t = 0;
+    for (; t + 8 <= count; t += 8) {
+        auto x = hn::LoadU(d, col + t);
+        x = hn::Add(x, hn::ShiftLeftLanes<kBpp>(d, x));
+        if (2 * kBpp < 8) x = hn::Add(x, hn::ShiftLeftLanes<(2 * kBpp) % 8>(d, x));
+        if (4 * kBpp < 8) x = hn::Add(x, hn::ShiftLeftLanes<(4 * kBpp) % 8>(d, x));
+        x = hn::Add(x, hn::BitCast(d, hn::TableLookupBytes(hn::BitCast(d8, prev), carry_idx)));
+        hn::StoreU(x, d, q + t);
+        prev = x;
+    }
+    return t;
+}
+
+int BoxPrefixVec(const uint16_t *HWY_RESTRICT col, int bpp, int count, uint16_t *HWY_RESTRICT q) {
+    switch (bpp) {
+        case 1: return PrefixBlocks<1>(col, count, q);
+        case 3: return PrefixBlocks<3>(col, count, q);
+        case 4: return PrefixBlocks<4>(col, count, q);
+        default: return 0;
+    }
+}
+
+int BoxDiffVec(const uint16_t *HWY_RESTRICT q, int span, int bpp, int pre_shift, uint16_t magic, int shift,
+               int count, uint8_t *HWY_RESTRICT out) {
+    const hn::ScalableTag<uint16_t> d16;
+    const hn::RebindToSigned<decltype(d16)> di16;
+    const hn::Rebind<uint8_t, decltype(d16)> d8;
+    const int L = static_cast<int>(hn::Lanes(d16));
+    const auto vmagic = hn::Set(d16, magic);
+    int t = 0;
+    for (; t + L <= count; t += L) {
+        auto w = hn::Sub(hn::LoadU(d16, q + t + span), hn::LoadU(d16, q + t - bpp));
+        w = hn::ShiftRightSame(w, pre_shift);
+        if (magic) w = hn::MulHigh(w, vmagic);
+        w = hn::ShiftRightSame(w, shift);
+        hn::StoreU(hn::DemoteTo(d8, hn::BitCast(di16, w)), d8, out + t);
+    }
+    return t;
+}
+
 #endif  // HWY_TARGET == HWY_SCALAR
 
 void ColumnUpdateVec(uint16_t *HWY_RESTRICT col, const uint8_t *HWY_RESTRICT add, const uint8_t *HWY_RESTRICT sub,
@@ -160,7 +267,31 @@ namespace imge {
 HWY_EXPORT(LinearFloatVec);
 HWY_EXPORT(LinearShortVec);
 HWY_EXPORT(SharpenRowVec);
+HWY_EXPORT(SharpenShortVec);
 HWY_EXPORT(ColumnUpdateVec);
+HWY_EXPORT(BoxPrefixVec);
+HWY_EXPORT(BoxDiffVec);
+
+void BoxRowFast(const uint16_t *col, int n, int bpp, int begin, int end, uint64_t magic, uint16_t *scratch,
+                uint8_t *out) {
+    // Running totals and differences modulo 2^16, then the division by
+    // n * n as shifts and a multiply-high.
+    if (begin >= end) return;
+    if (ScalarForced()) return BoxRow(col, n, bpp, begin, end, magic, out);
+    const int span = (n - 1) * bpp;
+    const int count = end - begin;
+    const int total = count + span;
+    uint16_t *q = scratch + kBoxScratchLead;
+    for (int t = -bpp; t < 0; ++t) q[t] = 0;
+    const uint16_t *c = col + begin;
+    int t = HWY_DYNAMIC_DISPATCH(BoxPrefixVec)(c, bpp, total, q);
+    for (; t < total; ++t) q[t] = static_cast<uint16_t>(c[t] + q[t - bpp]);
+    const BoxDivision div = MakeBoxDivision(n);
+    t = HWY_DYNAMIC_DISPATCH(BoxDiffVec)(q, span, bpp, div.pre_shift, div.odd.magic, div.odd.shift, count,
+                                         out + begin);
+    for (; t < count; ++t)
+        out[begin + t] = static_cast<uint8_t>(ApplyBoxDivision(div, static_cast<uint16_t>(q[t + span] - q[t - bpp])));
+}
 
 void LinearRow(const LinearPlan &plan, const uint8_t *const *slots, int bpp, int begin, int end, uint8_t *out) {
     if (plan.mode == LinearPlan::kPlain || ScalarForced()) return LinearRowPlain(plan, slots, bpp, begin, end, out);
@@ -187,15 +318,27 @@ void LinearRow(const LinearPlan &plan, const uint8_t *const *slots, int bpp, int
             lone_base = slots[t.k] + t.j * bpp;
             lone_w = static_cast<int32_t>(t.w);
         }
+        ShortDivide sd;
+        sd.on = plan.short_divide;
+        sd.magic = plan.div16.magic;
+        sd.shift = plan.div16.shift;
+        sd.negative = plan.divisor < 0;
         done = HWY_DYNAMIC_DISPATCH(LinearShortVec)(plan.short_w, base, plan.n_plus, plan.n_minus, plan.n_short,
-                                                    plan.scale, lone_base, lone_w, plan.recip, divide, bias, begin,
-                                                    end, out);
+                                                    plan.scale, lone_base, lone_w, plan.recip, divide, bias, sd,
+                                                    begin, end, out);
     }
     if (done < end) LinearRowPlain(plan, slots, bpp, done, end, out);
 }
 
 void SharpenRow(int64_t p, int64_t d, const uint8_t *const *slots, int bpp, int begin, int end, uint8_t *out) {
     if (!SharpenFitsFloat(p) || ScalarForced()) return SharpenRowPlain(p, d, slots, bpp, begin, end, out);
+    if (SharpenFitsShort(p)) {
+        const LinearPlan::Div16 div = MakeDiv16(static_cast<uint32_t>(d < 0 ? -d : d));
+        const int done = HWY_DYNAMIC_DISPATCH(SharpenShortVec)(static_cast<int>(p), div.magic, div.shift, d < 0,
+                                                               slots, bpp, begin, end, out);
+        if (done < end) SharpenRowPlain(p, d, slots, bpp, done, end, out);
+        return;
+    }
     const int done = HWY_DYNAMIC_DISPATCH(SharpenRowVec)(static_cast<float>(p), RecipOf(d), d != 1, slots, bpp,
                                                          begin, end, out);
     if (done < end) SharpenRowPlain(p, d, slots, bpp, done, end, out);
