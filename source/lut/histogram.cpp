@@ -98,7 +98,7 @@ void CountLuma(const IMF_BITMAP *b, const Rgb &o, TUlong *hist) {
 
 }  // namespace
 
-void CountBytes(const IMF_BITMAP *b, int channels, TUlong *hist) {
+void CreateHistogram(const IMF_BITMAP *b, TUlong *hist, int channels) {
     std::memset(hist, 0, 4 * 256 * sizeof(TUlong));
     const int bpp = b->BytesPerPixel;
     if (bpp == 1) return CountPlane(b, hist);
@@ -158,7 +158,7 @@ void imfCreateAllHistogram(const IMF_BITMAP *bitmap, TUlong hist[4 * 256]) {
     if (bitmap->BytesPerPixel <= 2) return;
     const imge::Rgb o = imge::RgbPositions(bitmap->Type);
     TUlong channels[4 * 256];
-    imge::CountBytes(bitmap, bitmap->BytesPerPixel, channels);
+    imge::CreateHistogram(bitmap, channels, bitmap->BytesPerPixel);
     std::memcpy(hist + 256, channels + 256 * o.r, 256 * sizeof(TUlong));
     std::memcpy(hist + 512, channels + 256 * o.g, 256 * sizeof(TUlong));
     std::memcpy(hist + 768, channels + 256 * o.b, 256 * sizeof(TUlong));
