@@ -114,6 +114,7 @@ const std::vector<Op> &AllOps() {
         // One line per family file.
         AddFamily(v, "files", InfoOps());
         AddFamily(v, "tone", LutOps());
+        AddFamily(v, "tone", ToneOps());
         AddFamily(v, "filters", FilterOps());
         AddFamily(v, "rank", RankOps());
         return v;

@@ -118,6 +118,7 @@ Op WithCheck(Op op, std::function<void(const Args &)> check);
 // ---- The families (one file each) ---------------------------------------------
 std::vector<Op> InfoOps();
 std::vector<Op> LutOps();
+std::vector<Op> ToneOps();
 std::vector<Op> FilterOps();
 std::vector<Op> RankOps();
 

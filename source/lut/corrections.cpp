@@ -100,7 +100,7 @@ IMF_ERROR Stretch(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, bool c
     if (IsEmpty(src)) return LeaveUnchanged(src, dst, area);
     TUlong hist[4 * 256];
     const int channels = Channels(src);
-    imge::CountBytes(src, channels, hist);
+    imge::CreateHistogram(src, hist, channels);
     TUbyte tables[768];
     const long long t = PixelCount(src) / 1000;
     for (int k = 0; k < channels; ++k) {
@@ -123,7 +123,7 @@ IMF_ERROR imfEqualize(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area) {
     if (IsEmpty(src)) return LeaveUnchanged(src, dst, area);
     TUlong hist[4 * 256];
     const int channels = Channels(src);
-    imge::CountBytes(src, channels, hist);
+    imge::CreateHistogram(src, hist, channels);
     TUbyte tables[768];
     for (int k = 0; k < channels; ++k) EqualizeTable(hist + 256 * k, tables + 256 * k);
     CopyFirstTable(tables, channels);

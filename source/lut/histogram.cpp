@@ -6,6 +6,7 @@
 #include "core/bitmap_check.h"
 #include "core/scratch.h"
 #include "libformat.h"
+#include "lut/luma_rows.h"
 #include "libtools.h"
 #include "pixel_types.h"
 
@@ -68,17 +69,36 @@ void CountPixels(const IMF_BITMAP *b, TUlong *hist) {
         for (int i = 0; i < 4 * 256; ++i) hist[i] += other[i];
 }
 
-template <int kBpp>
+// Colour pixels: each row's luminance into a byte row (vectors), then
+// counted in two sets like a plane.
 void CountLuma(const IMF_BITMAP *b, const Rgb &o, TUlong *hist) {
-    for (TLong y = 0; y < b->Height; ++y) {
-        const TUbyte *p = Row(b, y);
-        for (TLong x = 0; x < b->Width; ++x, p += kBpp) ++hist[COLOR2GREY(p[o.r], p[o.g], p[o.b])];
+    Scratch<TUbyte> luma(static_cast<std::size_t>(b->Width) + 1);
+    Scratch<TUlong> second(256, true);
+    if (!luma.ok() || !second.ok()) {  // short of memory: pixel by pixel
+        for (TLong y = 0; y < b->Height; ++y) {
+            const TUbyte *p = Row(b, y);
+            for (TLong x = 0; x < b->Width; ++x, p += b->BytesPerPixel) ++hist[COLOR2GREY(p[o.r], p[o.g], p[o.b])];
+        }
+        return;
     }
+    TUbyte *l = luma.get();
+    TUlong *other = second.get();
+    const TLong w = b->Width;
+    for (TLong y = 0; y < b->Height; ++y) {
+        LumaRow(Row(b, y), static_cast<std::size_t>(w), b->BytesPerPixel, o.r, o.g, o.b, l);
+        TLong x = 0;
+        for (; x + 1 < w; x += 2) {
+            ++hist[l[x]];
+            ++other[l[x + 1]];
+        }
+        if (x < w) ++hist[l[x]];
+    }
+    for (int v = 0; v < 256; ++v) hist[v] += other[v];
 }
 
 }  // namespace
 
-void CountBytes(const IMF_BITMAP *b, int channels, TUlong *hist) {
+void CreateHistogram(const IMF_BITMAP *b, TUlong *hist, int channels) {
     std::memset(hist, 0, 4 * 256 * sizeof(TUlong));
     const int bpp = b->BytesPerPixel;
     if (bpp == 1) return CountPlane(b, hist);
@@ -100,8 +120,7 @@ void CountLuminance(const IMF_BITMAP *b, TUlong *hist) {
     const Rgb o = RgbPositions(b->Type);
     switch (b->BytesPerPixel) {
         case 1: return CountPlane(b, hist);
-        case 3: return CountLuma<3>(b, o, hist);
-        default: return CountLuma<4>(b, o, hist);
+        default: return CountLuma(b, o, hist);
     }
 }
 
@@ -139,7 +158,7 @@ void imfCreateAllHistogram(const IMF_BITMAP *bitmap, TUlong hist[4 * 256]) {
     if (bitmap->BytesPerPixel <= 2) return;
     const imge::Rgb o = imge::RgbPositions(bitmap->Type);
     TUlong channels[4 * 256];
-    imge::CountBytes(bitmap, bitmap->BytesPerPixel, channels);
+    imge::CreateHistogram(bitmap, channels, bitmap->BytesPerPixel);
     std::memcpy(hist + 256, channels + 256 * o.r, 256 * sizeof(TUlong));
     std::memcpy(hist + 512, channels + 256 * o.g, 256 * sizeof(TUlong));
     std::memcpy(hist + 768, channels + 256 * o.b, 256 * sizeof(TUlong));

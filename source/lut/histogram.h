@@ -6,9 +6,10 @@
 namespace imge {
 
 // Clears hist[4 * 256] and counts byte k of every pixel in array k, for
-// k < channels (channels at most BytesPerPixel and at most 4). The bitmap
-// must be a valid byte bitmap (not binary).
-void CountBytes(const IMF_BITMAP *b, int channels, TUlong *hist);
+// k < BytesPerPixel and k < channels (the corrections never look at byte 3,
+// so they pass 3 and skip counting it). The bitmap must be a valid byte
+// bitmap (not binary).
+void CreateHistogram(const IMF_BITMAP *b, TUlong *hist, int channels = 4);
 
 // Clears hist[256] and counts the luminance (77 R + 150 G + 29 B) >> 8 of every
 // pixel; the byte itself for one-byte pixels. The bitmap must be a valid byte

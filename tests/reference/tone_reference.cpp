@@ -135,10 +135,10 @@ void AdjustTable(TUbyte t[256], long b, long c, double g) {
 
 int Conbright(int value, long amount, int max) {
     if (amount == 0) return value;
-    long a = std::labs(amount) & 0xFFFF;
+    long long a = std::llabs(static_cast<long long>(amount)) & 0xFFFF;
     if (a > max) a = max;
-    long target = amount > 0 ? 2 * max : 0;
-    long r = (2 * value + ((target - 2 * value) * a) / max) / 2;
+    long long target = amount > 0 ? 2 * max : 0;
+    long long r = (2 * value + ((target - 2 * value) * a) / max) / 2;
     return r > max ? max : r < 0 ? 0 : static_cast<int>(r);
 }
 

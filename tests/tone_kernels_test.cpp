@@ -1,0 +1,56 @@
+// The vector row kernels added for the tone family against their plain
+// loops, on rows long enough for every vector width and every tail length.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <random>
+#include <vector>
+
+#include "lut/luma_rows.h"
+#include "lut/lut_rows.h"
+
+namespace {
+
+TEST(ToneKernels, ThreeTableLookupsMatchThePlainLoops) {
+    std::mt19937 rng(12);
+    std::vector<uint8_t> tables(768);
+    for (uint8_t &t : tables) t = static_cast<uint8_t>(rng());
+    const uint8_t *t0 = tables.data(), *t1 = t0 + 256, *t2 = t0 + 512;
+    for (std::size_t n = 0; n < 300; n += (n < 140 ? 1 : 37)) {
+        for (int bpp : {3, 4}) {
+            std::vector<uint8_t> row(n * bpp + 1);
+            for (uint8_t &v : row) v = static_cast<uint8_t>(rng());
+            std::vector<uint8_t> fast(row), plain(row);
+            if (bpp == 3) {
+                imge::LutTriplesThree(fast.data(), n, t0, t1, t2);
+                imge::LutTriples(plain.data(), n, t0, t1, t2);
+            } else {
+                imge::LutQuadsThree(fast.data(), n, t0, t1, t2);
+                imge::LutQuads(plain.data(), n, t0, t1, t2);
+            }
+            ASSERT_EQ(fast, plain) << "bpp " << bpp << " n " << n;
+            ASSERT_EQ(fast.back(), row.back()) << "wrote past the row";
+        }
+    }
+}
+
+TEST(ToneKernels, LuminanceRowsMatchThePlainLoop) {
+    std::mt19937 rng(13);
+    struct Order { int bpp, r, g, b; };
+    const Order orders[] = {{3, 0, 1, 2}, {3, 2, 1, 0}, {4, 0, 1, 2}, {4, 2, 1, 0}, {4, 3, 2, 1}, {4, 1, 2, 3}};
+    for (const Order &o : orders)
+        for (std::size_t n = 0; n < 300; n += (n < 140 ? 1 : 41)) {
+            std::vector<uint8_t> row(n * o.bpp);
+            for (uint8_t &v : row) v = static_cast<uint8_t>(rng());
+            if (n) std::memset(row.data(), 255, static_cast<std::size_t>(o.bpp));  // the largest sum
+            std::vector<uint8_t> fast(n + 1, 7), plain(n + 1, 7);
+            imge::LumaRow(row.data(), n, o.bpp, o.r, o.g, o.b, fast.data());
+            imge::LumaRowScalar(row.data(), n, o.bpp, o.r, o.g, o.b, plain.data());
+            ASSERT_EQ(fast, plain) << "bpp " << o.bpp << " n " << n;
+            if (n) {
+                ASSERT_EQ(fast[0], 255);
+            }
+        }
+}
+
+}  // namespace
