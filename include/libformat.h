@@ -111,9 +111,40 @@ IMG_API IMF_ERROR imfBlurGaussian(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RE
 IMG_API IMF_ERROR imfDropShadow(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, TLong size, TLong depth, TLong keep_size);
 
 /* ---- Channel operations, shadow/highlight, colour counting ----------------- */
+/* Bytes 0..2 of each pixel of the area become (min + max) / 2 of them;
+ * true-colour bitmaps only. */
+IMG_API IMF_ERROR imfDesaturate(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area);
+/* One component (0 red, 1 green, 2 blue, 3 alpha; others red) of the whole
+ * bitmap as a new grey bitmap. */
+IMG_API IMF_ERROR imfExtractChannel(IMF_BITMAP *src, IMF_BITMAP *dst, TLong channel);
+#define IMF_SwapColors_RBG 0
+#define IMF_SwapColors_BGR 1
+#define IMF_SwapColors_BRG 2
+#define IMF_SwapColors_GRB 3
+#define IMF_SwapColors_GBR 4
+/* Exchanges colour components (IMF_SwapColors_*); modes above 4 are refused. */
 IMG_API IMF_ERROR imfSwapColors(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, TUlong mode);
+/* Stretches shadows (luminance up to 79) and highlights (from 177). */
+IMG_API IMF_ERROR imfAdjustShadowHighlight(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area,
+                                           TLong shadow, TLong highlight);
+/* Distinct colours used; stops once more than `limit` (> 0) were seen.
+ * 0xFFFFFFFF when memory runs out or the record is not a bitmap. */
+IMG_API TUlong imfGetCountColors(const IMF_BITMAP *bitmap, TLong limit);
 
 /* ---- Noise ---------------------------------------------------------------------- */
+#define IMF_NoiseUniform   0
+#define IMF_NoiseGaussian  1
+#define IMF_NoiseLaplacian 2
+#define IMF_NoisePoisson   3
+
+/* Noise on every byte of the area's pixels (byte 3 of 4-byte pixels kept),
+ * drawn from rand() reseeded with the time. Negative or non-finite amounts,
+ * and 0 for Poisson noise, are refused. */
+IMG_API IMF_ERROR imfNoise(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, double amount, TWord type);
+IMG_API IMF_ERROR imfAddUniformNoise(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, double amount);
+IMG_API IMF_ERROR imfAddGaussianNoise(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, double amount);
+IMG_API IMF_ERROR imfAddLaplacianNoise(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, double amount);
+IMG_API IMF_ERROR imfAddPoissonNoise(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, double amount);
 
 /* ---- Lossless JPEG ---------------------------------------------------------------- */
 

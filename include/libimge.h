@@ -86,6 +86,16 @@ IMG_API IMG_ERROR imgDropShadow(IMG_BITMAP *src, IMG_BITMAP **dst, IMG_INT32 siz
 
 /* ---- Channel operations, colour counting, HLS, sepia ----------------------- */
 IMG_API IMG_ERROR imgSwapColors(IMG_BITMAP *src, IMG_BITMAP **dst, IMG_SWAPCOLORS_MODE mode);
+/* Distinct colours of the bitmap (0xFFFFFFFF when memory runs out). */
+IMG_API IMG_UINT32 imgGetNumberOfColorsUsed(const IMG_BITMAP *bitmap);
+/* Shifts hue (100 = a full turn), lightness and saturation (percent) of a
+ * true-colour bitmap: in place when bdst is null, else on a clone in *bdst. */
+IMG_API IMG_ERROR imgAdjustHLS(IMG_BITMAP *src, IMG_BITMAP **bdst, IMG_INT32 h_increment,
+                               IMG_INT32 l_increment, IMG_INT32 s_increment);
+/* Grey with a warm tint scaled by percent (0..100). */
+IMG_API IMG_ERROR imgSepia(IMG_BITMAP *src, IMG_BITMAP **bdst, IMG_INT32 percent);
+/* Blend towards grey by percent (0..100), tinted towards `color`. */
+IMG_API IMG_ERROR imgSepiaEx(IMG_BITMAP *src, IMG_BITMAP **bdst, IMG_INT32 percent, const IMG_COLOR *color);
 
 /* ---- Drawing ----------------------------------------------------------------- */
 

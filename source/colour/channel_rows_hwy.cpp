@@ -1,0 +1,82 @@
+// Vector kernels of the channel operations (Highway, dispatched at run time):
+// pixels are split into planes with interleaved loads, worked on per plane
+// and interleaved again on the way out.
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "colour/channel_rows_hwy.cpp"
+#include <hwy/foreach_target.h>  // IWYU pragma: keep
+#include <hwy/highway.h>
+
+#include "colour/channel_rows.h"
+#include "core/dispatch.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace imge {
+namespace HWY_NAMESPACE {
+namespace hn = hwy::HWY_NAMESPACE;
+
+void DesaturateVec(const TUbyte *HWY_RESTRICT in, TUbyte *HWY_RESTRICT out, TLong n, int bpp) {
+    const hn::ScalableTag<uint8_t> d;
+    const TLong N = static_cast<TLong>(hn::Lanes(d));
+    TLong x = 0;
+    if (bpp == 3) {
+        for (; x + N <= n; x += N) {
+            hn::Vec<decltype(d)> a, b, c;
+            hn::LoadInterleaved3(d, in + 3 * x, a, b, c);
+            const auto hi = hn::Max(a, hn::Max(b, c)), lo = hn::Min(a, hn::Min(b, c));
+            // (lo + hi) >> 1 without overflow: the rounded-down mean.
+            const auto v = hn::Sub(hn::AverageRound(lo, hi), hn::And(hn::Xor(lo, hi), hn::Set(d, 1)));
+            hn::StoreInterleaved3(v, v, v, d, out + 3 * x);
+        }
+    } else {
+        for (; x + N <= n; x += N) {
+            hn::Vec<decltype(d)> a, b, c, e;
+            hn::LoadInterleaved4(d, in + 4 * x, a, b, c, e);
+            const auto hi = hn::Max(a, hn::Max(b, c)), lo = hn::Min(a, hn::Min(b, c));
+            const auto v = hn::Sub(hn::AverageRound(lo, hi), hn::And(hn::Xor(lo, hi), hn::Set(d, 1)));
+            hn::StoreInterleaved4(v, v, v, e, d, out + 4 * x);
+        }
+    }
+    DesaturateRowPlain(in + x * bpp, out + x * bpp, n - x, bpp);
+}
+
+void SwapVec(const TUbyte *HWY_RESTRICT in, TUbyte *HWY_RESTRICT out, TLong n, int bpp, int mode) {
+    const hn::ScalableTag<uint8_t> d;
+    const TLong N = static_cast<TLong>(hn::Lanes(d));
+    const int s0 = SwapSource(mode, 0), s1 = SwapSource(mode, 1), s2 = SwapSource(mode, 2);
+    TLong x = 0;
+    if (bpp == 3) {
+        for (; x + N <= n; x += N) {
+            hn::Vec<decltype(d)> p[3];
+            hn::LoadInterleaved3(d, in + 3 * x, p[0], p[1], p[2]);
+            hn::StoreInterleaved3(p[s0], p[s1], p[s2], d, out + 3 * x);
+        }
+    } else {
+        for (; x + N <= n; x += N) {
+            hn::Vec<decltype(d)> p[4];
+            hn::LoadInterleaved4(d, in + 4 * x, p[0], p[1], p[2], p[3]);
+            hn::StoreInterleaved4(p[s0], p[s1], p[s2], p[3], d, out + 4 * x);
+        }
+    }
+    SwapRowPlain(in + x * bpp, out + x * bpp, n - x, bpp, mode);
+}
+
+}  // namespace HWY_NAMESPACE
+}  // namespace imge
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace imge {
+HWY_EXPORT(DesaturateVec);
+HWY_EXPORT(SwapVec);
+
+void DesaturateRow(const TUbyte *in, TUbyte *out, TLong n, int bpp) {
+    if (ScalarForced()) return DesaturateRowPlain(in, out, n, bpp);
+    HWY_DYNAMIC_DISPATCH(DesaturateVec)(in, out, n, bpp);
+}
+
+void SwapRow(const TUbyte *in, TUbyte *out, TLong n, int bpp, int mode) {
+    if (ScalarForced()) return SwapRowPlain(in, out, n, bpp, mode);
+    HWY_DYNAMIC_DISPATCH(SwapVec)(in, out, n, bpp, mode);
+}
+}  // namespace imge
+#endif

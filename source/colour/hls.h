@@ -1,0 +1,21 @@
+// Hue, lightness and saturation in the double-cone model, in double
+// precision: the per-pixel arithmetic of imgAdjustHLS.
+#pragma once
+
+namespace imge {
+
+void rgb2hls(double r, double g, double b, double *h, double *l, double *s);
+double hls_value(double n1, double n2, double hue);
+void hls2rgb(double h, double l, double s, double *r, double *g, double *b);
+
+struct HlsIncrements {
+    int h_increment, l_increment, s_increment;
+    double h, l, s;  // h_increment * 3.6, l_increment / 100, s_increment / 100
+};
+
+// One pixel through rgb2hls, the increments and hls2rgb; out[] are the bytes
+// stored for red, green and blue.
+void AdjustHlsPixel(unsigned char r, unsigned char g, unsigned char b, const HlsIncrements &inc,
+                    unsigned char out[3]);
+
+}  // namespace imge

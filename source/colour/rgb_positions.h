@@ -1,0 +1,30 @@
+// Byte positions of red, green and blue in the pixels of the public layer's
+// true-colour types. CMYK counts as R, G, B in its first three bytes.
+#pragma once
+
+#include "libimg.h"
+
+namespace imge {
+
+struct RgbPositions { int r, g, b; };
+
+// False for types without a true-colour flag.
+inline bool PublicRgbPositions(IMG_BITMAP_TYPE type, RgbPositions *p) {
+    switch (type) {
+        case IMG_RGB: case IMG_RGBA: case IMG_CMYK: *p = {0, 1, 2}; return true;
+        case IMG_BGR: case IMG_BGRA: *p = {2, 1, 0}; return true;
+        case IMG_ARGB: *p = {1, 2, 3}; return true;
+        case IMG_ABGR: *p = {3, 2, 1}; return true;
+        default: return false;
+    }
+}
+
+// The common first steps of the public operations that work on IMG_BITMAP
+// directly: refuse (IMG_ERROR_BAD_PARAMETERS) more than 8 bits per component
+// or a type without a true-colour flag; then, when `bdst` is given, clone the
+// source into *bdst (IMG_ERROR_NO_MEMORY, *bdst null, when that fails) and
+// work on the clone. On success *work is the bitmap to change.
+IMG_ERROR BeginPublicTrueColour(IMG_BITMAP *src, IMG_BITMAP **bdst, IMG_BITMAP **work,
+                                RgbPositions *pos);
+
+}  // namespace imge
