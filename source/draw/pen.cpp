@@ -31,25 +31,20 @@ const Brush TableOfBrush[13] = {
 };
 
 void FillPixels(IMG_UINT8 *p, int64_t n, int bpp, const IMG_UINT8 *color) {
-    switch (bpp) {
-        case 1:
-            std::memset(p, color[0], static_cast<size_t>(n));
-            return;
-        case 3:
-            for (int64_t i = 0; i < n; ++i, p += 3) {
-                p[0] = color[0];
-                p[1] = color[1];
-                p[2] = color[2];
-            }
-            return;
-        case 4: {
-            uint32_t v;
-            std::memcpy(&v, color, 4);
-            for (int64_t i = 0; i < n; ++i, p += 4) std::memcpy(p, &v, 4);
-            return;
-        }
-        default:
-            for (int64_t i = 0; i < n; ++i, p += bpp) std::memcpy(p, color, static_cast<size_t>(bpp));
+    if (bpp == 1) {
+        std::memset(p, color[0], static_cast<size_t>(n));
+        return;
+    }
+    // A few pixels one by one, then the filled prefix is copied onto the rest
+    // in doubling blocks: long spans of wide pixels run at copy speed.
+    const int64_t head = n < 8 ? n : 8;
+    for (int64_t i = 0; i < head; ++i) std::memcpy(p + i * bpp, color, static_cast<size_t>(bpp));
+    const int64_t total = n * bpp;
+    int64_t done = head * bpp;
+    while (done < total) {
+        const int64_t chunk = done < total - done ? done : total - done;
+        std::memcpy(p + done, p, static_cast<size_t>(chunk));
+        done += chunk;
     }
 }
 

@@ -41,38 +41,57 @@ struct BaseBlock {
     ~BaseBlock() { imgMemoryFree(p); }
 };
 
+// A non-horizontal edge, upper end (xt, yt) and lower end (xb, yb).
+struct Edge {
+    int64_t yt, yb, xt, xb;
+};
+
 }  // namespace
 
 IMG_ERROR DrawFillPolygon(IMG_BITMAP *b, const IMG_POINT *points, int32_t num_points, const IMG_UINT8 *color) {
-    const uint64_t bytes = static_cast<uint64_t>(num_points) * sizeof(int64_t);
+    // One work block: the edges, the active edge indices and the crossings.
+    const uint64_t n = static_cast<uint64_t>(num_points);
+    const uint64_t bytes = n * (sizeof(Edge) + sizeof(int32_t) + sizeof(int64_t));
     if (bytes > UINT32_MAX) return IMG_ERROR_NO_MEMORY;
     BaseBlock block;
     block.p = imgMemoryAlloc(static_cast<IMG_UINT32>(bytes));
     if (!block.p) return IMG_ERROR_NO_MEMORY;
-    int64_t *cross = static_cast<int64_t *>(block.p);
+    Edge *edges = static_cast<Edge *>(block.p);
+    int64_t *cross = reinterpret_cast<int64_t *>(edges + n);
+    int32_t *active = reinterpret_cast<int32_t *>(cross + n);
 
-    int64_t ymin = points[0].y, ymax = points[0].y;
-    for (int32_t i = 1; i < num_points; ++i) {
-        ymin = std::min<int64_t>(ymin, points[i].y);
-        ymax = std::max<int64_t>(ymax, points[i].y);
+    int32_t num_edges = 0;
+    for (int32_t i = 0; i < num_points; ++i) {
+        const IMG_POINT &p = points[i];
+        const IMG_POINT &q = points[i + 1 == num_points ? 0 : i + 1];
+        if (p.y == q.y) continue;  // horizontal edges never cross a row
+        edges[num_edges++] = p.y < q.y ? Edge{p.y, q.y, p.x, q.x} : Edge{q.y, p.y, q.x, p.x};
     }
-    // Rows outside the bitmap receive nothing, and row ymin never gets a
-    // span (no edge counts at its upper end): only visible rows are walked.
+    if (num_edges == 0) return IMG_NO_ERROR;
+    // Edges enter in order of their upper ends. Crossings are sorted per row,
+    // so the order in which edges are visited does not change the spans.
+    std::sort(edges, edges + num_edges, [](const Edge &a, const Edge &c) { return a.yt < c.yt; });
+    int64_t ymin = edges[0].yt, ymax = edges[0].yb;
+    for (int32_t i = 1; i < num_edges; ++i) ymax = std::max(ymax, edges[i].yb);
+
+    // An edge crosses row y when yt < y <= yb. Rows outside the bitmap
+    // receive nothing, and row ymin never gets a span (no edge counts at its
+    // upper end): only visible rows are walked.
     const int64_t first = std::max<int64_t>(ymin + 1, 0);
     const int64_t last = std::min<int64_t>(ymax, int64_t{b->Height} - 1);
+    int32_t next = 0, num_active = 0;
     for (int64_t y = first; y <= last; ++y) {
-        int32_t n = 0;
-        for (int32_t i = 0; i < num_points; ++i) {
-            const IMG_POINT &p = points[i];
-            const IMG_POINT &q = points[i + 1 == num_points ? 0 : i + 1];
-            if (p.y == q.y) continue;
-            const bool p_top = p.y < q.y;
-            const int64_t yt = p_top ? p.y : q.y, yb = p_top ? q.y : p.y;
-            if (!(yt < y && y <= yb)) continue;
-            cross[n++] = p_top ? Crossing(y, p.x, p.y, q.x, q.y) : Crossing(y, q.x, q.y, p.x, p.y);
+        while (next < num_edges && edges[next].yt < y) active[num_active++] = next++;
+        int32_t k = 0, count = 0;
+        for (int32_t a = 0; a < num_active; ++a) {
+            const Edge &e = edges[active[a]];
+            if (e.yb < y) continue;  // finished: dropped from the list
+            active[k++] = active[a];
+            cross[count++] = Crossing(y, e.xt, e.yt, e.xb, e.yb);
         }
-        SortCrossings(cross, n);
-        for (int32_t j = 0; j + 1 < n; j += 2) DrawHorizontalLine(b, cross[j], y, cross[j + 1], color);
+        num_active = k;
+        SortCrossings(cross, count);
+        for (int32_t j = 0; j + 1 < count; j += 2) DrawHorizontalLine(b, cross[j], y, cross[j + 1], color);
     }
     return IMG_NO_ERROR;
 }
