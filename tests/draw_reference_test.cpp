@@ -182,3 +182,37 @@ INSTANTIATE_TEST_SUITE_P(AllTypes, DrawReference, ::testing::ValuesIn(testing_su
                          [](const ::testing::TestParamInfo<unsigned> &i) {
                              return testing_support::TypeName(i.param);
                          });
+
+// Huge and negative coordinates, against the same formulas in 64-bit arithmetic.
+TEST(DrawReferenceWide, HugeLinesAndPolygons) {
+    std::mt19937 rng(6000);
+    auto huge = [&](int32_t lim) {
+        switch (rng() % 4) {
+            case 0: return std::uniform_int_distribution<int32_t>(-lim, lim)(rng);
+            case 1: return std::uniform_int_distribution<int32_t>(-50, 80)(rng);
+            case 2: return rng() % 2 ? lim : -lim;
+            default: return std::uniform_int_distribution<int32_t>(-100000, 100000)(rng);
+        }
+    };
+    for (int iter = 0; iter < 3000; ++iter) {
+        Pair p;
+        MakePair(rng, testing_support::kByteTypes[iter % 9], &p);
+        Pen pen = RandomPen(rng, p.ours);
+        if (iter % 3 == 0) {
+            const int32_t x0 = huge(INT32_MAX), y0 = huge(INT32_MAX), x1 = huge(INT32_MAX), y1 = huge(INT32_MAX);
+            ASSERT_EQ(imgDrawLineColor(p.ours, x0, y0, x1, y1, pen.width, &pen.line, pen.style, nullptr), IMG_NO_ERROR);
+            reference::DrawLineColorWide(p.ref, x0, y0, x1, y1, pen.width, pen.line_bytes, pen.drawn_style);
+            ASSERT_TRUE(Same(p)) << "line (" << x0 << "," << y0 << ")-(" << x1 << "," << y1 << ")";
+        } else {
+            const int n = 3 + static_cast<int>(rng() % 6);
+            std::vector<IMG_POINT> pts(n);
+            for (auto &q : pts) q = {huge(1 << 30), huge(1 << 30)};
+            ASSERT_EQ(imgDrawPolygonColor(p.ours, pts.data(), n, pen.has_fill ? &pen.fill : nullptr, pen.width,
+                                          pen.has_line ? &pen.line : nullptr, pen.style, nullptr),
+                      IMG_NO_ERROR);
+            reference::DrawPolygonWide(p.ref, pts.data(), n, pen.has_fill ? pen.fill_bytes : nullptr, pen.width,
+                                       pen.has_line ? pen.line_bytes : nullptr, pen.drawn_style);
+            ASSERT_TRUE(Same(p)) << "polygon iter " << iter;
+        }
+    }
+}

@@ -1,5 +1,6 @@
 #include "reference/draw_reference.h"
 
+#include <algorithm>
 #include <cstring>
 #include <utility>
 #include <vector>
@@ -72,14 +73,16 @@ void DrawHorizontalLine(IMG_BITMAP *b, int32_t x, int32_t y, int32_t xe, const I
         std::memcpy(b->Data + y * b->BytesPerLine + i * b->BytesPerPixel, color, b->BytesPerPixel);
 }
 
-void DrawLineColor(IMG_BITMAP *b, int32_t x0, int32_t y0, int32_t x1, int32_t y1, uint32_t width,
-                   const IMG_UINT8 *color, uint32_t style) {
-    const int32_t W = b->Width, H = b->Height;
+namespace {
+
+template <typename I>
+void LineT(IMG_BITMAP *b, I x0, I y0, I x1, I y1, uint32_t width, const IMG_UINT8 *color, uint32_t style) {
+    const I W = b->Width, H = b->Height;
     if (x0 == x1 && y0 == y1) {
-        Brush(b, x0, y0, color, width, style, 0, true);
+        Brush(b, static_cast<int32_t>(x0), static_cast<int32_t>(y0), color, width, style, 0, true);
         return;
     }
-    int32_t cx0 = x0, cy0 = y0;
+    I cx0 = x0, cy0 = y0;
     if (cx0 < 0) {
         if (x1 < 0) return;
         cy0 = y0 + (y0 - y1) * x0 / (x1 - x0);
@@ -99,7 +102,7 @@ void DrawLineColor(IMG_BITMAP *b, int32_t x0, int32_t y0, int32_t x1, int32_t y1
         cy0 = H - 1;
     }
     if (cx0 < 0 || cx0 >= W || cy0 < 0 || cy0 >= H) return;
-    int32_t cx1 = x1, cy1 = y1;
+    I cx1 = x1, cy1 = y1;
     if (cx1 < 0) {
         cy1 = y1 + (y1 - cy0) * x1 / (cx0 - x1);
         cx1 = 0;
@@ -115,16 +118,17 @@ void DrawLineColor(IMG_BITMAP *b, int32_t x0, int32_t y0, int32_t x1, int32_t y1
         cy1 = H - 1;
     }
     if (cx0 == cx1 && cy0 == cy1) {
-        Brush(b, x0, y0, color, width, style, 0, true);
+        Brush(b, static_cast<int32_t>(x0), static_cast<int32_t>(y0), color, width, style, 0, true);
         return;
     }
-    int32_t dx = cx1 - cx0, dy = cy1 - cy0;
-    int32_t adx = dx < 0 ? -dx : dx, ady = dy < 0 ? -dy : dy;
+    I dx = cx1 - cx0, dy = cy1 - cy0;
+    I adx = dx < 0 ? -dx : dx, ady = dy < 0 ? -dy : dy;
     if (adx > ady) {
-        int32_t step = cx0 < cx1 ? 1 : -1, inc = dy * 8192 / adx, acc = cy0 * 8192 + 4096;
-        int32_t col = cx0, row = cy0, pos = 0;
+        I step = cx0 < cx1 ? 1 : -1, inc = dy * 8192 / adx, acc = cy0 * 8192 + 4096;
+        I col = cx0, row = cy0;
+        int32_t pos = 0;
         for (;;) {
-            Brush(b, col, row, color, width, style, pos, false);
+            Brush(b, static_cast<int32_t>(col), static_cast<int32_t>(row), color, width, style, pos, false);
             if (col == cx1) break;
             acc = acc + inc;
             row = acc / 8192;
@@ -132,10 +136,11 @@ void DrawLineColor(IMG_BITMAP *b, int32_t x0, int32_t y0, int32_t x1, int32_t y1
             pos = pos + 1;
         }
     } else {
-        int32_t step = cy0 < cy1 ? 1 : -1, inc = dx * 8192 / ady, acc = cx0 * 8192 + 4096;
-        int32_t row = cy0, col = cx0, pos = 0;
+        I step = cy0 < cy1 ? 1 : -1, inc = dx * 8192 / ady, acc = cx0 * 8192 + 4096;
+        I row = cy0, col = cx0;
+        int32_t pos = 0;
         for (;;) {
-            Brush(b, col, row, color, width, style, pos, false);
+            Brush(b, static_cast<int32_t>(col), static_cast<int32_t>(row), color, width, style, pos, false);
             if (row == cy1) break;
             acc = acc + inc;
             col = acc / 8192;
@@ -143,6 +148,18 @@ void DrawLineColor(IMG_BITMAP *b, int32_t x0, int32_t y0, int32_t x1, int32_t y1
             pos = pos + 1;
         }
     }
+}
+
+}  // namespace
+
+void DrawLineColor(IMG_BITMAP *b, int32_t x0, int32_t y0, int32_t x1, int32_t y1, uint32_t width,
+                   const IMG_UINT8 *color, uint32_t style) {
+    LineT<int32_t>(b, x0, y0, x1, y1, width, color, style);
+}
+
+void DrawLineColorWide(IMG_BITMAP *b, int32_t x0, int32_t y0, int32_t x1, int32_t y1, uint32_t width,
+                       const IMG_UINT8 *color, uint32_t style) {
+    LineT<int64_t>(b, x0, y0, x1, y1, width, color, style);
 }
 
 void DrawPolylineColor(IMG_BITMAP *b, const IMG_POINT *points, int32_t n, uint32_t width, const IMG_UINT8 *color,
@@ -201,8 +218,11 @@ void DrawCircle(IMG_BITMAP *b, int32_t xc, int32_t yc, int32_t r, const IMG_UINT
     }
 }
 
-void DrawPolygon(IMG_BITMAP *b, const IMG_POINT *points, int32_t n, const IMG_UINT8 *fill, uint32_t width,
-                 const IMG_UINT8 *line, uint32_t style) {
+namespace {
+
+template <typename I>
+void PolygonT(IMG_BITMAP *b, const IMG_POINT *points, int32_t n, const IMG_UINT8 *fill, uint32_t width,
+              const IMG_UINT8 *line, uint32_t style) {
     std::vector<IMG_POINT> copy(points, points + n);
     copy.push_back(points[0]);
     if (fill) {
@@ -218,12 +238,20 @@ void DrawPolygon(IMG_BITMAP *b, const IMG_POINT *points, int32_t n, const IMG_UI
                 if (points[i].y > ymax) ymax = points[i].y;
             }
             std::vector<int32_t> cross(static_cast<size_t>(n) + 2);
-            for (int32_t y = ymin; y <= ymax; ++y) {
+            // The wide oracle walks only the rows that can show (the others
+            // draw nothing), so that huge polygons stay quick to check.
+            I ylo = ymin, yhi = ymax;
+            if (sizeof(I) > 4) {
+                ylo = std::max<I>(ylo, -1);
+                yhi = std::min<I>(yhi, b->Height);
+            }
+            for (I y = ylo; y <= yhi; ++y) {
                 int32_t count = 0;
                 for (int32_t i = 0; i < n; ++i) {
                     IMG_POINT t = copy[i], u = copy[i + 1];
                     if (u.y < t.y) std::swap(t, u);
-                    if (t.y < y && y <= u.y) cross[count++] = t.x + (y - t.y) * (u.x - t.x) / (u.y - t.y);
+                    if (t.y < y && y <= u.y)
+                        cross[count++] = static_cast<int32_t>(I{t.x} + (I{y} - t.y) * (I{u.x} - t.x) / (I{u.y} - t.y));
                 }
                 for (int32_t i = 0; i + 1 < count; ++i) {
                     int32_t m = i;
@@ -231,11 +259,26 @@ void DrawPolygon(IMG_BITMAP *b, const IMG_POINT *points, int32_t n, const IMG_UI
                         if (cross[k] < cross[m]) m = k;
                     std::swap(cross[i], cross[m]);
                 }
-                for (int32_t j = 0; j < count; j += 2) DrawHorizontalLine(b, cross[j], y, cross[j + 1], fill);
+                for (int32_t j = 0; j < count; j += 2)
+                    DrawHorizontalLine(b, cross[j], static_cast<int32_t>(y), cross[j + 1], fill);
             }
         }
     }
-    if (line) DrawPolylineColor(b, copy.data(), n + 1, width, line, style);
+    if (line)
+        for (int32_t i = 1; i <= n; ++i)
+            LineT<I>(b, copy[i - 1].x, copy[i - 1].y, copy[i].x, copy[i].y, width, line, style);
+}
+
+}  // namespace
+
+void DrawPolygon(IMG_BITMAP *b, const IMG_POINT *points, int32_t n, const IMG_UINT8 *fill, uint32_t width,
+                 const IMG_UINT8 *line, uint32_t style) {
+    PolygonT<int32_t>(b, points, n, fill, width, line, style);
+}
+
+void DrawPolygonWide(IMG_BITMAP *b, const IMG_POINT *points, int32_t n, const IMG_UINT8 *fill, uint32_t width,
+                     const IMG_UINT8 *line, uint32_t style) {
+    PolygonT<int64_t>(b, points, n, fill, width, line, style);
 }
 
 }  // namespace reference

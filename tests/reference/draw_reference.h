@@ -18,6 +18,12 @@ void PlotBrushWithClip(IMG_BITMAP *b, int32_t x, int32_t y, const IMG_UINT8 *col
 void DrawHorizontalLine(IMG_BITMAP *b, int32_t x, int32_t y, int32_t xe, const IMG_UINT8 *color);
 void DrawLineColor(IMG_BITMAP *b, int32_t x0, int32_t y0, int32_t x1, int32_t y1, uint32_t width,
                    const IMG_UINT8 *color, uint32_t style);
+// The same formulas in 64-bit arithmetic: the oracle for huge coordinates
+// (polygon coordinates within +-2^30 so that the crossing products fit).
+void DrawLineColorWide(IMG_BITMAP *b, int32_t x0, int32_t y0, int32_t x1, int32_t y1, uint32_t width,
+                       const IMG_UINT8 *color, uint32_t style);
+void DrawPolygonWide(IMG_BITMAP *b, const IMG_POINT *points, int32_t n, const IMG_UINT8 *fill, uint32_t width,
+                     const IMG_UINT8 *line, uint32_t style);
 void DrawPolylineColor(IMG_BITMAP *b, const IMG_POINT *points, int32_t n, uint32_t width, const IMG_UINT8 *color,
                        uint32_t style);
 void DrawRectangle(IMG_BITMAP *b, int32_t x0, int32_t y0, int32_t w, int32_t h, const IMG_UINT8 *fill, uint32_t width,
