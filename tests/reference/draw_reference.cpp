@@ -25,7 +25,9 @@ const char *const kBrushes[13] = {
     "0000011100000000111111100000111111111000111111111110011111111111011111111111111111111111111111111111111101111111111100111111111110001111111110000011111110000000011100000",
 };
 
-void PlotRaw(IMG_BITMAP *b, int32_t x, int32_t y, const IMG_UINT8 *color, uint32_t style, int32_t pos, bool clip) {
+// Brush pixels around points near the ends of the 32-bit range lie beyond
+// it: positions are held in 64 bits here.
+void PlotRaw(IMG_BITMAP *b, int64_t x, int64_t y, const IMG_UINT8 *color, uint32_t style, int32_t pos, bool clip) {
     if (b->Origin & IMG_BOTTOM) y = b->Height - 1 - y;
     if (clip && (x < 0 || x >= b->Width || y < 0 || y >= b->Height)) return;
     if (style != 0 && ((kStyles[style] >> (pos % 24)) & 1) == 0) return;
@@ -44,7 +46,7 @@ void Brush(IMG_BITMAP *b, int32_t x, int32_t y, const IMG_UINT8 *color, uint32_t
     for (int32_t j = 0; j < n; ++j)
         for (int32_t i = 0; i < n; ++i) {
             size_t k = static_cast<size_t>(j * n + i);
-            if (k < len && mask[k] == '1') PlotRaw(b, x - half + i, y - half + j, color, style, 0, true);
+            if (k < len && mask[k] == '1') PlotRaw(b, int64_t{x} - half + i, int64_t{y} - half + j, color, style, 0, true);
         }
 }
 
