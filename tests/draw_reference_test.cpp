@@ -216,3 +216,23 @@ TEST(DrawReferenceWide, HugeLinesAndPolygons) {
         }
     }
 }
+
+// Large circles around, across and beside small bitmaps (the shortcuts for
+// bitmaps wholly inside or outside the circle).
+TEST(DrawReferenceWide, LargeCircles) {
+    std::mt19937 rng(7000);
+    for (int iter = 0; iter < 600; ++iter) {
+        Pair p;
+        MakePair(rng, testing_support::kByteTypes[iter % 9], &p);
+        Pen pen = RandomPen(rng, p.ours);
+        const int32_t r = std::uniform_int_distribution<int32_t>(10, 3000)(rng);
+        const int32_t x = std::uniform_int_distribution<int32_t>(-r - 50, r + 50)(rng);
+        const int32_t y = std::uniform_int_distribution<int32_t>(-r - 50, r + 50)(rng);
+        ASSERT_EQ(imgDrawCircleColor(p.ours, x, y, r, pen.has_fill ? &pen.fill : nullptr, pen.width,
+                                     pen.has_line ? &pen.line : nullptr, pen.style, nullptr),
+                  IMG_NO_ERROR);
+        reference::DrawCircle(p.ref, x, y, r, pen.has_fill ? pen.fill_bytes : nullptr, pen.width,
+                              pen.has_line ? pen.line_bytes : nullptr, pen.drawn_style);
+        ASSERT_TRUE(Same(p)) << "iter " << iter << " (" << x << "," << y << ") r " << r;
+    }
+}

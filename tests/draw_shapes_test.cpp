@@ -147,6 +147,17 @@ TEST(DrawCircle, SmallFillsAndOutlines) {
     Canvas big(5, 5);
     ASSERT_EQ(imgDrawCircleColor(big.b, 2, 2, 1000000, &kWhite, 1, nullptr, 0, nullptr), IMG_NO_ERROR);
     EXPECT_EQ(big.Count(), 25);
+    // The largest radius: the bitmap lies wholly inside (filled, no outline)
+    // or wholly beside the circle, without walking its octant.
+    Canvas inside(5, 5), beside(5, 5);
+    ASSERT_EQ(imgDrawCircleColor(inside.b, 0, 0, INT32_MAX, &kWhite, 13, nullptr, 0, nullptr), IMG_NO_ERROR);
+    EXPECT_EQ(inside.Count(), 25);
+    Canvas ring(5, 5);
+    ASSERT_EQ(imgDrawCircleColor(ring.b, 0, 0, INT32_MAX, nullptr, 13, &kWhite, 0, nullptr), IMG_NO_ERROR);
+    EXPECT_EQ(ring.Count(), 0);
+    ASSERT_EQ(imgDrawCircleColor(beside.b, INT32_MIN, INT32_MIN, INT32_MAX, &kWhite, 13, &kWhite, 0, nullptr),
+              IMG_NO_ERROR);
+    EXPECT_EQ(beside.Count(), 0);
 }
 
 TEST(DrawPolygon, ScanlineAndRectanglePaths) {
@@ -177,6 +188,21 @@ TEST(DrawPolygon, ScanlineAndRectanglePaths) {
     const IMG_POINT tri2[3] = {{0, 0}, {5, 0}, {0, 5}};
     ASSERT_EQ(imgDrawPolygonColor(outline.b, tri2, 3, nullptr, 1, &kWhite, 0, nullptr), IMG_NO_ERROR);
     EXPECT_EQ(outline.Rows(), (Rows{"######", "#...#.", "#..#..", "#.#...", "##....", "#....."}));
+}
+
+TEST(DrawShapes, BottomOriginDrawsTheSamePicture) {
+    const IMG_POINT tri[3] = {{0, 0}, {6, 1}, {1, 5}};
+    Rows pictures[2];
+    const IMG_ORIGIN origins[2] = {IMG_TOP_LEFT, IMG_BOTTOM_LEFT};
+    for (int i = 0; i < 2; ++i) {
+        Canvas c(8, 8, origins[i]);
+        imgDrawPolygonColor(c.b, tri, 3, &kWhite, 1, nullptr, 0, nullptr);
+        imgDrawLineColor(c.b, 0, 7, 7, 6, 1, &kWhite, 0, nullptr);
+        imgDrawCircleColor(c.b, 6, 5, 1, nullptr, 1, &kWhite, 0, nullptr);
+        pictures[i] = c.Rows();
+    }
+    EXPECT_EQ(pictures[0], pictures[1]);
+    EXPECT_EQ(pictures[0][7], "####....");
 }
 
 TEST(DrawPolygon, HugeCoordinates) {
