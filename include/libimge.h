@@ -98,6 +98,32 @@ IMG_API IMG_ERROR imgSepia(IMG_BITMAP *src, IMG_BITMAP **bdst, IMG_INT32 percent
 IMG_API IMG_ERROR imgSepiaEx(IMG_BITMAP *src, IMG_BITMAP **bdst, IMG_INT32 percent, const IMG_COLOR *color);
 
 /* ---- Drawing ----------------------------------------------------------------- */
+/* Line styles (IMG_LINE_STYLE_*) apply to one-pixel pens; widths of 2 and more
+ * are drawn solid with a round brush (widths above 13 draw one-pixel lines).
+ * Styles above IMG_LINE_STYLE_DASHDOTDOT are refused. With bdst, the drawing
+ * goes into a clone of src stored in *bdst (src is unchanged); otherwise into
+ * src. A null colour draws nothing of that part. Coordinates are picture
+ * coordinates (row 0 at the top whatever the Origin). */
+typedef IMG_UINT32 IMG_LINE_STYLE;
+IMG_API IMG_ERROR imgDrawPointColor(IMG_BITMAP *src, IMG_INT32 x, IMG_INT32 y, IMG_UINT32 line_width,
+                                    const IMG_COLOR *line_color, IMG_BITMAP **bdst);
+IMG_API IMG_ERROR imgDrawLineColor(IMG_BITMAP *src, IMG_INT32 x0, IMG_INT32 y0, IMG_INT32 x1, IMG_INT32 y1,
+                                   IMG_UINT32 line_width, const IMG_COLOR *line_color, IMG_LINE_STYLE line_style,
+                                   IMG_BITMAP **bdst);
+IMG_API IMG_ERROR imgDrawPolylineColor(IMG_BITMAP *src, const IMG_POINT *points, IMG_INT32 num_points,
+                                       IMG_UINT32 line_width, const IMG_COLOR *line_color,
+                                       IMG_LINE_STYLE line_style, IMG_BITMAP **bdst);
+IMG_API IMG_ERROR imgDrawRectangleColor(IMG_BITMAP *src, IMG_INT32 x0, IMG_INT32 y0, IMG_INT32 width,
+                                        IMG_INT32 height, const IMG_COLOR *fill_color, IMG_UINT32 line_width,
+                                        const IMG_COLOR *line_color, IMG_LINE_STYLE line_style,
+                                        IMG_BITMAP **bdst);
+IMG_API IMG_ERROR imgDrawCircleColor(IMG_BITMAP *src, IMG_INT32 x, IMG_INT32 y, IMG_INT32 radius,
+                                     const IMG_COLOR *fill_color, IMG_UINT32 line_width,
+                                     const IMG_COLOR *line_color, IMG_LINE_STYLE line_style, IMG_BITMAP **bdst);
+IMG_API IMG_ERROR imgDrawPolygonColor(IMG_BITMAP *src, const IMG_POINT *points, IMG_INT32 num_points,
+                                      const IMG_COLOR *fill_color, IMG_UINT32 line_width,
+                                      const IMG_COLOR *line_color, IMG_LINE_STYLE line_style,
+                                      IMG_BITMAP **bdst);
 
 /* ---- Lossless JPEG ------------------------------------------------------------- */
 
