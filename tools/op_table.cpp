@@ -117,6 +117,7 @@ const std::vector<Op> &AllOps() {
         AddFamily(v, "tone", ToneOps());
         AddFamily(v, "filters", FilterOps());
         AddFamily(v, "rank", RankOps());
+        AddFamily(v, "colour", ColourOps());
         return v;
     }();
     return all;

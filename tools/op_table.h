@@ -121,6 +121,7 @@ std::vector<Op> LutOps();
 std::vector<Op> ToneOps();
 std::vector<Op> FilterOps();
 std::vector<Op> RankOps();
+std::vector<Op> ColourOps();
 
 // Every row, in family order; Find returns null for an unknown name.
 const std::vector<Op> &AllOps();

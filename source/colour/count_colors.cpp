@@ -42,6 +42,17 @@ TUlong CountBytes(const IMF_BITMAP *b) {
     return distinct;
 }
 
+inline uint32_t ColourAt(const TUbyte *p) { return uint32_t{p[0]} << 16 | uint32_t{p[1]} << 8 | p[2]; }
+
+// Marks the colour and returns 1 when it was new.
+inline TUlong Mark(uint64_t *seen, uint32_t c) {
+    uint64_t &word = seen[c >> 6];
+    const uint64_t bit = uint64_t{1} << (c & 63);
+    const TUlong fresh = (word & bit) == 0;
+    word |= bit;
+    return fresh;
+}
+
 TUlong CountColours(const IMF_BITMAP *b, TLong limit) {
     imge::Scratch<uint64_t> seen(std::size_t{1} << 18, true);  // 2^24 bits
     if (!seen.ok()) return kNoMemory;
@@ -49,14 +60,14 @@ TUlong CountColours(const IMF_BITMAP *b, TLong limit) {
     TUlong count = 0;
     for (TLong y = 0; y < b->Height; ++y) {
         const TUbyte *p = b->Data + static_cast<long long>(y) * b->BytesPerLine;
+        if (limit <= 0) {
+            // No early stop: no branch on whether a colour was new.
+            for (TLong x = 0; x < b->Width; ++x, p += bpp) count += Mark(seen.get(), ColourAt(p));
+            continue;
+        }
         for (TLong x = 0; x < b->Width; ++x, p += bpp) {
-            const uint32_t c = uint32_t{p[0]} << 16 | uint32_t{p[1]} << 8 | p[2];
-            uint64_t &word = seen[c >> 6];
-            const uint64_t bit = uint64_t{1} << (c & 63);
-            if (word & bit) continue;
-            word |= bit;
-            ++count;
-            if (limit > 0 && count > static_cast<TUlong>(limit)) return count;
+            count += Mark(seen.get(), ColourAt(p));
+            if (count > static_cast<TUlong>(limit)) return count;
         }
     }
     return count;

@@ -18,6 +18,20 @@ void StretchTable(long long base, long long divisor, TUbyte table[256]) {
 constexpr int kShadowTop = 79;      // luminance up to here: shadow
 constexpr int kHighlightBottom = 177;  // from here: highlight
 
+// Bytes 0..2 of `n` pixels through the table of the pixel's luminance class
+// (Bpp 0: the pixel size is `bpp`).
+template <int Bpp>
+void StretchPixels(TUbyte *p, TLong n, const TUbyte (&tables)[3][256], const TUbyte (&class_of)[256],
+                   int bpp = Bpp) {
+    const int step = Bpp ? Bpp : bpp;
+    for (TLong x = 0; x < n; ++x, p += step) {
+        const TUbyte *t = tables[class_of[COLOR2GREY(p[0], p[1], p[2])]];
+        p[0] = t[p[0]];
+        p[1] = t[p[1]];
+        p[2] = t[p[2]];
+    }
+}
+
 }  // namespace
 
 extern "C" {
@@ -31,9 +45,15 @@ IMF_ERROR imfAdjustShadowHighlight(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_R
     // never zero.
     const long long s = (static_cast<long long>(shadow) * 30) / 100;
     const long long h = static_cast<long long>(highlight) / 2;
-    TUbyte dark[256], bright[256];
-    StretchTable(s, 255 - 2 * s, dark);
-    StretchTable(h, 255 - 2 * h, bright);
+    // One table per class (shadow, mid-tone = identity, highlight), picked
+    // per pixel by index rather than by branch.
+    TUbyte tables[3][256];
+    StretchTable(s, 255 - 2 * s, tables[0]);
+    for (int c = 0; c < 256; ++c) tables[1][c] = static_cast<TUbyte>(c);
+    StretchTable(h, 255 - 2 * h, tables[2]);
+    TUbyte class_of[256];
+    for (int v = 0; v < 256; ++v) class_of[v] = v <= kShadowTop ? 0 : v >= kHighlightBottom ? 2 : 1;
+    const TUbyte *dark = tables[0], *bright = tables[2];
 
     IMF_BITMAP *target = nullptr;
     IMF_RECT r;
@@ -48,14 +68,9 @@ IMF_ERROR imfAdjustShadowHighlight(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_R
                 p[i] = p[i] <= kShadowTop ? dark[p[i]] : p[i] >= kHighlightBottom ? bright[p[i]] : p[i];
             continue;
         }
-        for (TLong x = 0; x < r.width; ++x, p += bpp) {
-            const int lum = COLOR2GREY(p[0], p[1], p[2]);
-            const TUbyte *t = lum <= kShadowTop ? dark : lum >= kHighlightBottom ? bright : nullptr;
-            if (!t) continue;
-            p[0] = t[p[0]];
-            p[1] = t[p[1]];
-            p[2] = t[p[2]];
-        }
+        if (bpp == 3) StretchPixels<3>(p, r.width, tables, class_of);
+        else if (bpp == 4) StretchPixels<4>(p, r.width, tables, class_of);
+        else StretchPixels<0>(p, r.width, tables, class_of, bpp);
     }
     return IMF_NOERROR;
 }

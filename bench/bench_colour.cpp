@@ -1,0 +1,120 @@
+// Channel operations, colour counting, HLS, sepia and noise on the 4000 x 3000
+// photo, beside memcpy of the same buffer and the plain references.
+#include <benchmark/benchmark.h>
+
+#include <cstring>
+#include <vector>
+
+#include "bench_common.h"
+#include "libformat.h"
+#include "libimge.h"
+#include "libtools.h"
+#ifdef IMGE_BENCH_HAVE_REFERENCE
+#include "reference/colour_reference.h"
+#endif
+
+namespace {
+
+const IMF_BITMAP &Photo() {
+    static IMF_BITMAP b = bench::MakePhoto(bench::kWidth, bench::kHeight, IMF_RGB);
+    return b;
+}
+
+void Memcpy(benchmark::State &state) {
+    const IMF_BITMAP &b = Photo();
+    const std::size_t n = static_cast<std::size_t>(b.BytesPerLine) * b.Height;
+    std::vector<TUbyte> out(n);
+    for (auto _ : state) {
+        std::memcpy(out.data(), b.Data, n);
+        benchmark::ClobberMemory();
+    }
+}
+
+// An operation writing a new bitmap into a destination, released each time.
+template <typename Op>
+void WithDst(benchmark::State &state, Op op) {
+    IMF_BITMAP src = Photo();  // read only: the operations below leave it alone
+    for (auto _ : state) {
+        IMF_BITMAP dst{};
+        op(&src, &dst);
+        benchmark::DoNotOptimize(dst.Data);
+        imfFree(&dst);
+    }
+}
+
+// An in-place public operation on a fresh copy each time (copy not timed).
+template <typename Op>
+void OnPublicCopy(benchmark::State &state, Op op) {
+    IMG_BITMAP *img = imgCreateBitmap(IMG_RGB, bench::kWidth, bench::kHeight);
+    for (auto _ : state) {
+        state.PauseTiming();
+        for (int y = 0; y < img->Height; ++y)
+            std::memcpy(img->Data + static_cast<std::size_t>(y) * img->BytesPerLine,
+                        Photo().Data + static_cast<std::size_t>(y) * Photo().BytesPerLine, img->Width * 3u);
+        state.ResumeTiming();
+        op(img);
+        benchmark::ClobberMemory();
+    }
+    state.counters["MPix/s"] = benchmark::Counter(double(bench::kWidth) * bench::kHeight * state.iterations() / 1e6,
+                                                  benchmark::Counter::kIsRate);
+    imgFreeBitmap(img);
+}
+
+struct Register {
+    Register() {
+        auto ms = [](benchmark::internal::Benchmark *b) { b->Unit(benchmark::kMillisecond); };
+        ms(benchmark::RegisterBenchmark("colour/memcpy", Memcpy));
+        ms(benchmark::RegisterBenchmark("colour/imfDesaturate", [](benchmark::State &s) {
+            WithDst(s, [](IMF_BITMAP *a, IMF_BITMAP *d) { imfDesaturate(a, d, nullptr); });
+        }));
+        ms(benchmark::RegisterBenchmark("colour/imfSwapColors", [](benchmark::State &s) {
+            WithDst(s, [](IMF_BITMAP *a, IMF_BITMAP *d) { imfSwapColors(a, d, nullptr, IMF_SwapColors_GBR); });
+        }));
+        ms(benchmark::RegisterBenchmark("colour/imfExtractChannel", [](benchmark::State &s) {
+            WithDst(s, [](IMF_BITMAP *a, IMF_BITMAP *d) { imfExtractChannel(a, d, 1); });
+        }));
+        ms(benchmark::RegisterBenchmark("colour/imfAdjustShadowHighlight", [](benchmark::State &s) {
+            WithDst(s, [](IMF_BITMAP *a, IMF_BITMAP *d) { imfAdjustShadowHighlight(a, d, nullptr, 40, 30); });
+        }));
+        ms(benchmark::RegisterBenchmark("colour/imfGetCountColors", [](benchmark::State &s) {
+            for (auto _ : s) benchmark::DoNotOptimize(imfGetCountColors(&Photo(), 0));
+        }));
+        ms(benchmark::RegisterBenchmark("colour/imgAdjustHLS", [](benchmark::State &s) {
+            OnPublicCopy(s, [](IMG_BITMAP *b) { imgAdjustHLS(b, nullptr, 10, 5, 20); });
+        }));
+        ms(benchmark::RegisterBenchmark("colour/imgSepia", [](benchmark::State &s) {
+            OnPublicCopy(s, [](IMG_BITMAP *b) { imgSepia(b, nullptr, 80); });
+        }));
+        ms(benchmark::RegisterBenchmark("colour/imgSepiaEx", [](benchmark::State &s) {
+            const IMG_COLOR c{240, 200, 150, 0};
+            OnPublicCopy(s, [&c](IMG_BITMAP *b) { imgSepiaEx(b, nullptr, 60, &c); });
+        }));
+        const char *noise[4] = {"uniform", "gaussian", "laplacian", "poisson"};
+        for (int t = 0; t < 4; ++t)
+            ms(benchmark::RegisterBenchmark((std::string("colour/imfNoise/") + noise[t]).c_str(),
+                                            [t](benchmark::State &s) {
+                WithDst(s, [t](IMF_BITMAP *a, IMF_BITMAP *d) {
+                    imfNoise(a, d, nullptr, t == 3 ? 0.5 : 20.0, static_cast<TWord>(t));
+                });
+                s.counters["MPix/s"] = benchmark::Counter(double(bench::kWidth) * bench::kHeight * s.iterations() / 1e6,
+                                                          benchmark::Counter::kIsRate);
+            }));
+        for (const char *op : {"imfDesaturate", "imfSwapColors", "imfExtractChannel", "imfAdjustShadowHighlight"})
+            bench::AddRatio(std::string("colour/") + op, "colour/memcpy", 2.0);
+        bench::AddRatio("colour/imfGetCountColors", "colour/memcpy", 4.0);
+        bench::AddRatio("colour/imgSepia", "colour/memcpy", 3.0);
+        bench::AddRatio("colour/imgSepiaEx", "colour/memcpy", 3.0);
+#ifdef IMGE_BENCH_HAVE_REFERENCE
+        ms(benchmark::RegisterBenchmark("colour/reference/CountColors", [](benchmark::State &s) {
+            for (auto _ : s) benchmark::DoNotOptimize(reference::CountColors(Photo(), 0));
+        }));
+        ms(benchmark::RegisterBenchmark("colour/reference/AdjustHls", [](benchmark::State &s) {
+            OnPublicCopy(s, [](IMG_BITMAP *b) { reference::AdjustHls(b, 10, 5, 20); });
+        }));
+        bench::AddRatio("colour/imfGetCountColors", "colour/reference/CountColors", 1.0 / 3);
+        bench::AddRatio("colour/imgAdjustHLS", "colour/reference/AdjustHls", 1.0 / 3);
+#endif
+    }
+} reg;
+
+}  // namespace
