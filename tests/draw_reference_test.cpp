@@ -226,8 +226,15 @@ TEST(DrawReferenceWide, LargeCircles) {
         MakePair(rng, testing_support::kByteTypes[iter % 9], &p);
         Pen pen = RandomPen(rng, p.ours);
         const int32_t r = std::uniform_int_distribution<int32_t>(10, 3000)(rng);
-        const int32_t x = std::uniform_int_distribution<int32_t>(-r - 50, r + 50)(rng);
-        const int32_t y = std::uniform_int_distribution<int32_t>(-r - 50, r + 50)(rng);
+        int32_t x = std::uniform_int_distribution<int32_t>(-r - 50, r + 50)(rng);
+        int32_t y = std::uniform_int_distribution<int32_t>(-r - 50, r + 50)(rng);
+        if (iter % 2) {
+            // The bitmap's corner near the circle's rim on a diagonal: inside
+            // the circle's square but possibly outside the disc.
+            const int32_t d = static_cast<int32_t>(r * 0.70710678) + std::uniform_int_distribution<int32_t>(-9, 9)(rng);
+            x = (iter & 2) ? -d : p.ours->Width - 1 + d;
+            y = (iter & 4) ? -d : p.ours->Height - 1 + d;
+        }
         ASSERT_EQ(imgDrawCircleColor(p.ours, x, y, r, pen.has_fill ? &pen.fill : nullptr, pen.width,
                                      pen.has_line ? &pen.line : nullptr, pen.style, nullptr),
                   IMG_NO_ERROR);

@@ -10,15 +10,31 @@ namespace {
 
 // Where a circle stands to the bitmap, to spare walking an octant that draws
 // nothing new. Distances are compared in 64 bits: the coordinates are first
-// limited by the radius, so the squares stay below 2^63.
+// limited by the radius, so the squares stay within range.
 struct Extent {
-    bool misses;  // the square [xc - reach, xc + reach]^2 misses the bitmap
+    bool misses;  // no pixel of the bitmap lies within `reach` of the centre
     bool covers;  // every pixel of the bitmap lies within `inner` of the centre
 };
+
+// Distance from c to the nearest of the positions 0 .. n - 1.
+uint64_t Gap(int64_t c, int64_t n) {
+    if (c < 0) return static_cast<uint64_t>(-c);
+    return c >= n ? static_cast<uint64_t>(c - (n - 1)) : 0;
+}
 
 Extent Locate(const IMG_BITMAP *b, int64_t xc, int64_t yc, int64_t r, int64_t reach, int64_t inner) {
     Extent e{false, false};
     if (xc + reach < 0 || xc - reach >= b->Width || yc + reach < 0 || yc - reach >= b->Height) {
+        e.misses = true;
+        return e;
+    }
+    // Within the square, the nearest pixel may still lie beyond the disc
+    // (near a corner of the square). The walk's points stray less than a
+    // pixel outside their radius, hence reach + 1. Both offsets are at most
+    // reach < 2^32 here, so each square fits 63 bits and their sum 64.
+    const uint64_t nx = Gap(xc, b->Width), ny = Gap(yc, b->Height);
+    const uint64_t rr = static_cast<uint64_t>(reach) + 1;
+    if (nx * nx + ny * ny > rr * rr) {
         e.misses = true;
         return e;
     }
