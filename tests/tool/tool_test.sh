@@ -71,6 +71,16 @@ cp grey.pgm beside.pgm
 run negative beside.pgm; expect_rc 0 "no -o"
 [ -s beside-negative.pgm ] || fail "no -o: beside-negative.pgm missing"
 
+# Drawing: exact pixels on a tiny black picture.
+printf 'P5\n5 3\n255\n' > black.pgm; head -c 15 /dev/zero >> black.pgm
+run draw-line --x0 -10 --y0 1 --x1 10 --y1 1 black.pgm -o line.pgm; expect_rc 0 "draw-line"
+[ "$(tail -c 15 line.pgm | od -An -tu1 -v | tr -s ' \n' ' ' | sed 's/^ //;s/ $//')" = "0 0 0 0 0 255 255 255 255 255 0 0 0 0 0" ] || fail "clipped line across row 1"
+run draw-rectangle --x 1 --y 0 --w 3 --h 3 --fill "#808080" --color none black.pgm -o rect.pgm; expect_rc 0 "draw-rectangle"
+[ "$(tail -c 5 rect.pgm | od -An -tu1 -v | tr -s ' \n' ' ' | sed 's/^ //;s/ $//')" = "0 128 128 128 0" ] || fail "filled rectangle row 2"
+run draw-polygon --points "0,0 4,0" black.pgm -o p.pgm; expect_rc 2 "polygon of two points"; expect_err "needs at least 3 points" "polygon of two points"; absent p.pgm "polygon of two points"
+run draw-circle --x 2 --y 1 --radius -1 black.pgm -o c.pgm; expect_rc 2 "negative radius"; absent c.pgm "negative radius"
+run draw-line --x0 0 --y0 0 --x1 4 --y1 2 --style wavy black.pgm -o s.pgm; expect_rc 2 "unknown style"; expect_err "expected one of solid" "unknown style"
+
 # PNG variants (tests/data/tool, made by make_pngs.py): the bitmap type each is
 # loaded as, and the samples after conversion to PNM.
 pnm_samples() { run apply-lut "$1" -o conv.pnm; expect_rc 0 "convert $1"; tail -c "$2" conv.pnm | od -An -tu1 -v | tr -s ' \n' ' ' | sed 's/^ //;s/ $//'; }
