@@ -63,6 +63,7 @@ bool Compress(const JpegSpec &s, const Bytes &px, int components, unsigned char 
     jpeg_set_defaults(&c);
     jpeg_set_quality(&c, s.quality, TRUE);
     c.write_JFIF_header = s.jfif ? TRUE : FALSE;
+    c.optimize_coding = s.optimize ? TRUE : FALSE;
     if (components == 3) {
         const int h = s.sampling == Sampling::k444 ? 1 : 2;
         const int v = s.sampling == Sampling::k420 ? 2 : 1;

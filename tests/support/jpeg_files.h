@@ -24,6 +24,7 @@ struct JpegSpec {
     bool progressive = false;
     int restart_rows = 0;            // restart marker every n MCU rows (0: none)
     bool jfif = true;                // the compressor's own JFIF APP0
+    bool optimize = false;           // optimised Huffman tables
     std::vector<std::pair<int, Bytes>> markers;  // (marker code, data) after the header
     unsigned seed = 1;
 };
