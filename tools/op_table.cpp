@@ -118,6 +118,7 @@ const std::vector<Op> &AllOps() {
         AddFamily(v, "filters", FilterOps());
         AddFamily(v, "rank", RankOps());
         AddFamily(v, "colour", ColourOps());
+        AddFamily(v, "jpeg", JpegOps());
         return v;
     }();
     return all;
