@@ -14,44 +14,30 @@ namespace jx {
 
 namespace {
 
-// One of the eight block operations: output coefficient k is
-// sign[k] * input[index[k]].
-struct BlockOp {
-    unsigned char index[DCTSIZE2];
-    bool negate[DCTSIZE2];
-    bool identity;
-};
-
-struct BlockOps {
-    BlockOp op[8];  // bit 0: mirror x, bit 1: mirror y, bit 2: transpose
-    BlockOps() {
-        for (int b = 0; b < 8; ++b) {
-            const bool mx = b & 1, my = b & 2, tr = b & 4;
-            BlockOp &o = op[b];
-            o.identity = b == 0;
-            for (int row = 0; row < DCTSIZE; ++row)
-                for (int col = 0; col < DCTSIZE; ++col) {
-                    const int k = row * DCTSIZE + col;
-                    o.index[k] = static_cast<unsigned char>(tr ? col * DCTSIZE + row : k);
-                    o.negate[k] = ((mx && (col & 1)) != (my && (row & 1)));
-                }
+// Output coefficient (row, col) is input (row, col), or (col, row) when
+// transposing, negated where the mirrors say so. Written out per case so
+// that the compiler unrolls it with the signs fixed.
+template <bool kTranspose, bool kMirrorX, bool kMirrorY>
+inline void Move(const JCOEF *in, JCOEF *out) {
+    for (int row = 0; row < DCTSIZE; ++row)
+        for (int col = 0; col < DCTSIZE; ++col) {
+            const int v = kTranspose ? in[col * DCTSIZE + row] : in[row * DCTSIZE + col];
+            const bool negate = (kMirrorX && (col & 1)) != (kMirrorY && (row & 1));
+            out[row * DCTSIZE + col] = static_cast<JCOEF>(negate ? -v : v);
         }
-    }
-};
-
-const BlockOps &Ops() {
-    static const BlockOps ops;  // constant after construction
-    return ops;
 }
 
-inline void ApplyOp(const BlockOp &o, const JCOEF *in, JCOEF *out) {
-    if (o.identity) {
-        std::memcpy(out, in, sizeof(JBLOCK));
-        return;
-    }
-    for (int k = 0; k < DCTSIZE2; ++k) {
-        const int v = in[o.index[k]];
-        out[k] = static_cast<JCOEF>(o.negate[k] ? -v : v);
+// op: bit 0 mirror x, bit 1 mirror y, bit 2 transpose.
+inline void ApplyOp(int op, const JCOEF *in, JCOEF *out) {
+    switch (op) {
+    case 0: std::memcpy(out, in, sizeof(JBLOCK)); break;
+    case 1: Move<false, true, false>(in, out); break;
+    case 2: Move<false, false, true>(in, out); break;
+    case 3: Move<false, true, true>(in, out); break;
+    case 4: Move<true, false, false>(in, out); break;
+    case 5: Move<true, true, false>(in, out); break;
+    case 6: Move<true, false, true>(in, out); break;
+    default: Move<true, true, true>(in, out); break;
     }
 }
 
@@ -75,7 +61,6 @@ JBLOCKARRAY Rows(j_decompress_ptr src, jvirt_barray_ptr array, JDIMENSION first,
 // Left-right mirror in the source arrays themselves (no vertical crop).
 void FlipHInPlace(j_decompress_ptr src, j_compress_ptr dst, jvirt_barray_ptr *coefs, const Options *o) {
     const JDIMENSION cols = src->image_width / JDIMENSION(dst->max_h_samp_factor * DCTSIZE);
-    const BlockOp &mirror = Ops().op[1];
     for (int ci = 0; ci < dst->num_components; ++ci) {
         const jpeg_component_info &c = dst->comp_info[ci];
         const JDIMENSION width = cols * JDIMENSION(c.h_samp_factor);
@@ -86,8 +71,8 @@ void FlipHInPlace(j_decompress_ptr src, j_compress_ptr dst, jvirt_barray_ptr *co
                 JBLOCKROW row = rows[r];
                 for (JDIMENSION x = 0; 2 * x < width; ++x) {
                     JBLOCK a, b;
-                    ApplyOp(mirror, row[x], a);
-                    ApplyOp(mirror, row[width - 1 - x], b);
+                    ApplyOp(1, row[x], a);
+                    ApplyOp(1, row[width - 1 - x], b);
                     std::memcpy(row[x], b, sizeof(JBLOCK));
                     std::memcpy(row[width - 1 - x], a, sizeof(JBLOCK));
                 }
@@ -113,7 +98,6 @@ void Execute(j_decompress_ptr src, j_compress_ptr dst, jvirt_barray_ptr *coefs, 
     const JDIMENSION down = swap ? src->image_width : src->image_height;
     const JDIMENSION imcu_cols = across / JDIMENSION(dst->max_h_samp_factor * DCTSIZE);
     const JDIMENSION imcu_rows = down / JDIMENSION(dst->max_v_samp_factor * DCTSIZE);
-    const BlockOps &ops = Ops();
 
     for (int ci = 0; ci < dst->num_components; ++ci) {
         const jpeg_component_info &c = dst->comp_info[ci];
@@ -135,7 +119,7 @@ void Execute(j_decompress_ptr src, j_compress_ptr dst, jvirt_barray_ptr *coefs, 
                     for (JDIMENSION x = 0; x < width; ++x) {
                         bool mx;
                         const JDIMENSION sx = ax.Source(x, &mx);
-                        ApplyOp(ops.op[(mx ? 1 : 0) | (my ? 2 : 0)], in[sx], out[r][x]);
+                        ApplyOp((mx ? 1 : 0) | (my ? 2 : 0), in[sx], out[r][x]);
                     }
                 } else {
                     // Output row r comes from source column sy; output
@@ -150,7 +134,7 @@ void Execute(j_decompress_ptr src, j_compress_ptr dst, jvirt_barray_ptr *coefs, 
                             in = Rows(src, coefs[ci], first, group, false);
                             loaded = first;
                         }
-                        ApplyOp(ops.op[4 | (mx ? 1 : 0) | (my ? 2 : 0)], in[sx - first][sy], out[r][x]);
+                        ApplyOp(4 | (mx ? 1 : 0) | (my ? 2 : 0), in[sx - first][sy], out[r][x]);
                     }
                 }
             }
