@@ -16,16 +16,23 @@
 
 namespace {
 
-const std::string &Dir() {
-    static const std::string dir = [] {
+// One scratch folder per fuzzing process, removed when it ends.
+struct ScratchDir {
+    std::string path;
+    ScratchDir() {
         const char *t = std::getenv("TMPDIR");
         std::string pattern = std::string(t && *t ? t : "/tmp") + "/imge-fuzz-jpeg-XXXXXX";
         std::vector<char> buf(pattern.begin(), pattern.end());
         buf.push_back(0);
         if (mkdtemp(buf.data()) == nullptr) std::abort();
-        return std::string(buf.data());
-    }();
-    return dir;
+        path = buf.data();
+    }
+    ~ScratchDir() { rmdir(path.c_str()); }
+};
+
+const std::string &Dir() {
+    static const ScratchDir dir;
+    return dir.path;
 }
 
 void Write(const std::string &path, const uint8_t *data, size_t size) {
