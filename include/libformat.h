@@ -147,6 +147,42 @@ IMG_API IMF_ERROR imfAddLaplacianNoise(IMF_BITMAP *src, IMF_BITMAP *dst, const I
 IMG_API IMF_ERROR imfAddPoissonNoise(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, double amount);
 
 /* ---- Lossless JPEG ---------------------------------------------------------------- */
+/* Transform codes (16-bit). 6 takes the transform from the file's EXIF
+ * orientation; any other value means no transform. */
+#define IMF_LOSSLESS_TRANSFORM_NONE             0
+#define IMF_LOSSLESS_TRANSFORM_ROTATE90         1
+#define IMF_LOSSLESS_TRANSFORM_ROTATE180        2
+#define IMF_LOSSLESS_TRANSFORM_ROTATE270        3
+#define IMF_LOSSLESS_TRANSFORM_VERTICAL_FLIP    4
+#define IMF_LOSSLESS_TRANSFORM_HORIZONTAL_FLIP  5
+#define IMF_LOSSLESS_TRANSFORM_EXIF_ORIENTATION 6
+
+/* Flags (32-bit). */
+#define IMF_LOSSLESS_TRIM               0x1 /* drop partial iMCUs that cannot move */
+#define IMF_LOSSLESS_USE_EXIF_ORIENT    0x2 /* rotations relative to the EXIF orientation
+                                               (only with CHANGE_EXIF_ORIENT) */
+#define IMF_LOSSLESS_CHANGE_EXIF_ORIENT 0x4 /* read the EXIF orientation and reset it to 1 */
+
+/* Rotates, flips and crops a JPEG file without decoding it: reads `src`,
+ * writes `dst` (opened only after the whole source was read). The crop
+ * (x, y, w, h in pixels of the transformed picture) is made when w and h are
+ * both non-zero; its corner moves up and left to the iMCU grid, and a crop
+ * that does not lie wholly inside the picture is refused. All APP markers and
+ * comments are copied; the EXIF orientation and thumbnail follow the flags.
+ * 1 on success, 0 on failure. */
+IMG_API TWord imfJpegLosslessTransform2(const char *src, const char *dst, TLong x, TLong y, TLong w,
+                                        TLong h, TUword transform, TUlong flags);
+/* The pipeline without a crop. */
+IMG_API TWord imfJpegLosslessTransformEx(const char *src, const char *dst, TUword transform, TUlong flags);
+/* A crop without a transform; trim non-zero sets IMF_LOSSLESS_TRIM. */
+IMG_API TWord imfJpegLosslessCropEx(const char *src, const char *dst, TLong x, TLong y, TLong w, TLong h,
+                                    TUword trim);
+/* In place, through a work file named like `filename` with its last
+ * character replaced by '_' (photo.jpg: photo.jp_), which then replaces the
+ * file. Names of 0 or more than 511 characters and names ending in '_' are
+ * refused. On failure the file is unchanged. */
+IMG_API TWord imfJpegLosslessTransform(const char *filename, TUword transform, TUlong flags);
+IMG_API TWord imfJpegLosslessCrop(const char *filename, TLong x, TLong y, TLong w, TLong h, TUword trim);
 
 #ifdef __cplusplus
 }

@@ -126,6 +126,11 @@ IMG_API IMG_ERROR imgDrawPolygonColor(IMG_BITMAP *src, const IMG_POINT *points, 
                                       IMG_BITMAP **bdst);
 
 /* ---- Lossless JPEG ------------------------------------------------------------- */
+/* Transforms the JPEG file in place (IMG_LOSSLESS_TRANSFORM_*, or 6 for the
+ * EXIF orientation), relative to its EXIF orientation, which becomes 1, with
+ * partial edge iMCUs trimmed. IMG_NO_ERROR, or IMG_UNKNOWN_ERROR for any
+ * failure (the file is then unchanged). */
+IMG_API IMG_ERROR imgJpegLosslessTransform(const char *filename, IMG_LOSSLESS_TRANSFORM transform);
 
 #ifdef __cplusplus
 }

@@ -3,7 +3,8 @@
 # ones). Runs as root, or through sudo when available.
 set -euo pipefail
 packages=(cmake make g++ pkg-config libjpeg62-turbo-dev libhwy-dev libpng-dev
-          libgtest-dev libbenchmark-dev libopencv-imgproc-dev libjpeg-turbo-progs)
+          libgtest-dev libbenchmark-dev libopencv-imgproc-dev libjpeg-turbo-progs
+          libimage-exiftool-perl)
 packages+=("$@")
 missing=()
 for p in "${packages[@]}"; do

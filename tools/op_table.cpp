@@ -119,6 +119,7 @@ const std::vector<Op> &AllOps() {
         AddFamily(v, "rank", RankOps());
         AddFamily(v, "colour", ColourOps());
         AddFamily(v, "draw", DrawOps());
+        AddFamily(v, "jpeg", JpegOps());
         return v;
     }();
     return all;

@@ -156,6 +156,32 @@ if [ "$(id -u)" -ne 0 ]; then   # root reads anything
 fi
 mkdir ro && echo x > ro/keep
 run negative a.pgm -o adir; expect_rc 0 "existing folder as -o"; [ -s adir/a.pgm ] || fail "existing folder as -o"
+# ---- lossless JPEG operations (the demo's JPEG: 320 x 240, EXIF orientation 6) -----
+cp demo/sample-exif.jpg upright.jpg; cp demo/sample-exif.jpg orig.jpg
+run jpeg-auto-orient upright.jpg; expect_rc 0 "jpeg-auto-orient"
+run info upright.jpg; [ "$out" = "240 x 320 RGB" ] || fail "jpeg-auto-orient gives $out"
+cp upright.jpg again.jpg
+run jpeg-auto-orient again.jpg; expect_rc 0 "jpeg-auto-orient twice"
+run info again.jpg; [ "$out" = "240 x 320 RGB" ] || fail "second jpeg-auto-orient turned it again: $out"
+run jpeg-rotate --by 90 demo/sample-exif.jpg -o turned.jpg; expect_rc 0 "jpeg-rotate -o"
+run info turned.jpg; [ "$out" = "320 x 240 RGB" ] || fail "orientation 6 turned 90 more is upside down: $out"
+same demo/sample-exif.jpg orig.jpg "jpeg-rotate -o changed its input"
+run jpeg-crop --x 40 --y 30 --width 100 --height 50 demo/sample-exif.jpg -o cropped.jpg; expect_rc 0 "jpeg-crop"
+run info cropped.jpg; [ "$out" = "108 x 64 RGB" ] || fail "crop corner not moved to the 16-pixel grid: $out"
+if command -v jpegtran >/dev/null; then
+  jpegtran -copy all -optimize -crop 100x50+40+30 -outfile want.jpg demo/sample-exif.jpg
+  same cropped.jpg want.jpg "jpeg-crop against jpegtran"
+fi
+cp demo/sample-exif.jpg keep.jpg
+run jpeg-crop --width 1000 --height 10 keep.jpg; expect_rc 1 "crop outside the picture"
+expect_err "imge: keep.jpg: not cropped" "crop outside the picture"; one_line_err "crop outside the picture"
+same keep.jpg demo/sample-exif.jpg "failed jpeg-crop changed its file"
+cp grey.pgm notjpeg.jpg
+run jpeg-flip --direction vertical notjpeg.jpg; expect_rc 1 "jpeg-flip on a PNM"
+expect_err "not transformed" "jpeg-flip on a PNM"; same notjpeg.jpg grey.pgm "failed jpeg-flip changed its file"
+[ ! -e keep.jp_ ] && [ ! -e notjpeg.jp_ ] || fail "work files left behind"
+run jpeg-rotate --by 45 keep.jpg; expect_rc 2 "jpeg-rotate --by 45"
+
 # No scratch files are left behind by any of the failures.
 leftovers=$(find . -name '.*.??????' | head -n 3)
 [ -z "$leftovers" ] || fail "scratch files left: $leftovers"

@@ -1,0 +1,134 @@
+// The pipeline: four recovery stages around libjpeg's transcoding calls.
+//
+// libjpeg reports fatal errors through error_exit, which here longjmps back
+// to the recovery point of Run. Run itself holds no object with a
+// destructor, and every variable that changes after setjmp and is read
+// after the jump is volatile; the EXIF and thumbnail steps run in functions
+// of their own that return before any libjpeg call on these codec objects
+// can fail.
+#include "jpeg/pipeline.h"
+
+#include <csetjmp>
+#include <cstring>
+
+#include "jpeg/jxform.h"
+
+namespace jpeg_lossless {
+
+namespace {
+
+struct ErrorManager {
+    jpeg_error_mgr pub;  // first: libjpeg sees only this part
+    std::jmp_buf recovery;
+};
+
+[[noreturn]] void ErrorExit(j_common_ptr cinfo) {
+    std::longjmp(reinterpret_cast<ErrorManager *>(cinfo->err)->recovery, 1);
+}
+
+// Closes the destination and reports whether everything reached the file.
+bool CloseChecked(FILE *f) {
+    const bool flushed = std::fflush(f) == 0 && !std::ferror(f);
+    return std::fclose(f) == 0 && flushed;
+}
+
+}  // namespace
+
+int ModuleTransformForCode(TUword code) {
+    switch (code) {
+    case IMF_LOSSLESS_TRANSFORM_ROTATE90: return jx::kRot90;
+    case IMF_LOSSLESS_TRANSFORM_ROTATE180: return jx::kRot180;
+    case IMF_LOSSLESS_TRANSFORM_ROTATE270: return jx::kRot270;
+    case IMF_LOSSLESS_TRANSFORM_VERTICAL_FLIP: return jx::kFlipV;
+    case IMF_LOSSLESS_TRANSFORM_HORIZONTAL_FLIP: return jx::kFlipH;
+    default: return jx::kNone;
+    }
+}
+
+TWord Run(const char *src_name, const char *dst_name, const Request &rq) {
+    if (src_name == nullptr || dst_name == nullptr) return 0;
+    jpeg_decompress_struct src;
+    jpeg_compress_struct dst;
+    ErrorManager err;
+    jx::Options opt;
+    // Zeroed objects may be destroyed whether or not they were created.
+    std::memset(&src, 0, sizeof src);
+    std::memset(&dst, 0, sizeof dst);
+    FILE *volatile in = nullptr;
+    FILE *volatile out = nullptr;
+
+    // One recovery point serves the four stages: what a stage holds is what
+    // is non-null or created here, and destroying a codec object that was
+    // never created (or already destroyed) does nothing.
+    if (setjmp(err.recovery)) {
+        jpeg_destroy_compress(&dst);
+        jpeg_destroy_decompress(&src);
+        if (out != nullptr) std::fclose(out);
+        if (in != nullptr) std::fclose(in);
+        return 0;
+    }
+    // Stage 1: the decompressor. Stage 2: both codec objects.
+    src.err = jpeg_std_error(&err.pub);
+    err.pub.error_exit = ErrorExit;
+    jpeg_create_decompress(&src);
+    dst.err = jpeg_std_error(&err.pub);
+    err.pub.error_exit = ErrorExit;
+    jpeg_create_compress(&dst);
+
+    opt.transform = rq.module_transform >= 0 ? rq.module_transform : ModuleTransformForCode(rq.code);
+    opt.trim = (rq.flags & IMF_LOSSLESS_TRIM) != 0;
+    opt.crop = rq.w != 0 && rq.h != 0;
+    if (opt.crop) {
+        opt.crop_x = rq.x;
+        opt.crop_y = rq.y;
+        opt.crop_width = rq.w;
+        opt.crop_height = rq.h;
+    }
+    src.mem->max_memory_to_use = dst.mem->max_memory_to_use;
+
+    // Stage 3: the source file is open.
+    in = std::fopen(src_name, "rb");
+    if (in == nullptr) {
+        jpeg_destroy_compress(&dst);
+        jpeg_destroy_decompress(&src);
+        return 0;
+    }
+    jpeg_stdio_src(&src, in);
+    jx::SaveMarkers(&src);
+    jpeg_read_header(&src, TRUE);
+    if (rq.module_transform < 0) {
+        opt.transform = ApplyExifOrientation(&src, rq.code, rq.flags, opt.transform);
+        if (opt.transform != jx::kNone) TransformThumbnail(&src, opt.transform);
+    }
+    jx::RequestWorkspace(&src, &opt);
+    jvirt_barray_ptr *src_coefs = jpeg_read_coefficients(&src);
+    jpeg_copy_critical_parameters(&src, &dst);
+    jvirt_barray_ptr *dst_coefs = jx::AdjustParameters(&src, &dst, src_coefs, &opt);
+    dst.optimize_coding = TRUE;
+
+    // Stage 4: the destination is opened only once the source is read.
+    out = std::fopen(dst_name, "wb");
+    if (out == nullptr) {
+        jpeg_destroy_compress(&dst);
+        jpeg_destroy_decompress(&src);
+        std::fclose(in);
+        return 0;
+    }
+    jpeg_stdio_dest(&dst, out);
+    jpeg_write_coefficients(&dst, dst_coefs);
+    jx::WriteMarkers(&src, &dst);
+    jx::Execute(&src, &dst, src_coefs, &opt);
+    jpeg_finish_compress(&dst);
+    jpeg_destroy_compress(&dst);
+    jpeg_finish_decompress(&src);
+    jpeg_destroy_decompress(&src);
+    FILE *const source_file = in;
+    FILE *const destination = out;
+    in = nullptr;
+    out = nullptr;
+    std::fclose(source_file);
+    // A full disk may only show when the last buffer is written.
+    return CloseChecked(destination) ? 1 : 0;
+}
+
+}  // namespace jpeg_lossless

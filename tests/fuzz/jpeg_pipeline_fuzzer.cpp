@@ -1,0 +1,94 @@
+// Fuzzes the lossless JPEG pipeline. The first 8 bytes choose the call and
+// its arguments, the rest is the source file. Whatever the call returns,
+// the source file must keep its bytes; in place, a failed call must leave
+// the file as it was and no work file behind.
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "libformat.h"
+
+namespace {
+
+// One scratch folder per fuzzing process, removed when it ends.
+struct ScratchDir {
+    std::string path;
+    ScratchDir() {
+        const char *t = std::getenv("TMPDIR");
+        std::string pattern = std::string(t && *t ? t : "/tmp") + "/imge-fuzz-jpeg-XXXXXX";
+        std::vector<char> buf(pattern.begin(), pattern.end());
+        buf.push_back(0);
+        if (mkdtemp(buf.data()) == nullptr) std::abort();
+        path = buf.data();
+    }
+    ~ScratchDir() { rmdir(path.c_str()); }
+};
+
+const std::string &Dir() {
+    static const ScratchDir dir;
+    return dir.path;
+}
+
+void Write(const std::string &path, const uint8_t *data, size_t size) {
+    FILE *f = std::fopen(path.c_str(), "wb");
+    if (f == nullptr) std::abort();
+    if (size > 0 && std::fwrite(data, 1, size, f) != size) std::abort();
+    if (std::fclose(f) != 0) std::abort();
+}
+
+std::vector<uint8_t> Read(const std::string &path) {
+    std::vector<uint8_t> out;
+    FILE *f = std::fopen(path.c_str(), "rb");
+    if (f == nullptr) return out;
+    uint8_t buf[4096];
+    size_t n;
+    while ((n = std::fread(buf, 1, sizeof buf, f)) > 0) out.insert(out.end(), buf, buf + n);
+    std::fclose(f);
+    return out;
+}
+
+bool Exists(const std::string &path) {
+    struct stat st;
+    return stat(path.c_str(), &st) == 0;
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+    if (size < 8) return 0;
+    const TUword code = data[0] % 8;  // 0..5, 6 (EXIF orientation), 7 (unknown)
+    const TUlong flags = data[1] & 7;
+    const int mode = data[2] % 5;
+    // Crop rectangles from -1 up to a few iMCUs beyond small pictures.
+    const TLong x = TLong(data[3]) - 1, y = TLong(data[4]) - 1;
+    const TLong w = TLong(data[5]) - 1, h = TLong(data[6]) - 1;
+    const TUword trim = data[7] & 1;
+    const uint8_t *file = data + 8;
+    const size_t file_size = size - 8;
+
+    const std::string src = Dir() + "/photo.jpg", dst = Dir() + "/out.jpg", work = Dir() + "/photo.jp_";
+    Write(src, file, file_size);
+    const std::vector<uint8_t> before(file, file + file_size);
+    TWord result = 0;
+    switch (mode) {
+    case 0: result = imfJpegLosslessTransformEx(src.c_str(), dst.c_str(), code, flags); break;
+    case 1: result = imfJpegLosslessCropEx(src.c_str(), dst.c_str(), x, y, w, h, trim); break;
+    case 2: result = imfJpegLosslessTransform2(src.c_str(), dst.c_str(), x, y, w, h, code, flags); break;
+    case 3: result = imfJpegLosslessTransform(src.c_str(), code, flags); break;
+    default: result = imfJpegLosslessCrop(src.c_str(), x, y, w, h, trim); break;
+    }
+    if (result != 0 && result != 1) std::abort();
+    if (mode <= 2 || result == 0) {
+        if (Read(src) != before) std::abort();  // the source keeps its bytes
+    }
+    if (mode >= 3 && Exists(work)) std::abort();  // no work file is left
+    std::remove(src.c_str());
+    std::remove(dst.c_str());
+    return 0;
+}
