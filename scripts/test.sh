@@ -7,7 +7,7 @@ cd "$(dirname "$0")/.."
 bash scripts/setup.sh
 build=${1:-build}
 shift || true
-cmake -S . -B "$build" -DIMGE_WERROR=ON "$@" >/dev/null
+cmake -S . -B "$build" -DIMGE_WERROR=ON -DIMGE_BUILD_TESTS=ON "$@" >/dev/null
 cmake --build "$build" -j"$(nproc)"
 (cd "$build" && ctest --output-on-failure -j"$(nproc)")
 (cd "$build" && IMGE_FORCE_SCALAR=1 ctest --output-on-failure -j"$(nproc)")
