@@ -87,7 +87,47 @@ TEST(ChannelOps, DesaturateSwapAndShadowHighlightMatchTheReference) {
             [&p](IMF_BITMAP *s, IMF_BITMAP *d, const IMF_RECT *a) {
                 return imfAdjustShadowHighlight(s, d, a, p[0], p[1]);
             },
-            [&p](const IMF_BITMAP &, IMF_BITMAP *t, const IMF_RECT &r) { reference::ShadowHighlight(t, r, p[0], p[1]); });
+            [&p](const IMF_BITMAP &, IMF_BITMAP *t, const IMF_RECT &r) { reference::ShadowHighlight(t, r, p[0], p[1]); },
+            false, 170);
+    }
+}
+
+TEST(ChannelOps, ShadowHighlightVectorsOfEveryClassAndTail) {
+    // Rows of only mid-tones (passed through whole vectors), only shadows,
+    // only highlights, and mixtures; widths across several vector lengths
+    // with every tail; in place, with a destination, with an area.
+    std::mt19937 rng(41);
+    for (unsigned type : {IMF_RGB, IMF_BGR, IMF_RGBA, IMF_ARGB}) {
+        for (int w = 1; w < 300; w += 11) {
+            OwnedImf src;
+            MakeRandom(rng, type, w, 5, 1 + static_cast<int>(rng() % 4), &src);
+            const int bpp = src->BytesPerPixel;
+            for (int x = 0; x < w; ++x) {
+                TUbyte *row[4];
+                for (int y = 0; y < 4; ++y) row[y] = src->Data + y * src->BytesPerLine + x * bpp;
+                for (int k = 0; k < 3; ++k) {
+                    row[0][k] = static_cast<TUbyte>(90 + rng() % 70);  // luminance 90..159
+                    row[1][k] = static_cast<TUbyte>(rng() % 60);
+                    row[2][k] = static_cast<TUbyte>(200 + rng() % 56);
+                    if (rng() % 9 == 0) row[3][k] = static_cast<TUbyte>(rng() % 30);  // a dark pixel now and then
+                    else row[3][k] = static_cast<TUbyte>(100 + rng() % 40);
+                }
+            }
+            const IMF_RECT all{0, 0, w, 5};
+            const IMF_RECT part{w / 4, 1, w - w / 3, 3};
+            for (int variant = 0; variant < 3; ++variant) {
+                SCOPED_TRACE(TypeName(type) + " " + std::to_string(w) + " variant " + std::to_string(variant));
+                OwnedImf work, want, dst;
+                Clone(src.b, &work);
+                Clone(src.b, &want);
+                const IMF_RECT &r = variant == 2 ? part : all;
+                reference::ShadowHighlight(want.get(), r, 60, -80);
+                ASSERT_EQ(imfAdjustShadowHighlight(work.get(), variant ? dst.get() : nullptr,
+                                                   variant == 2 ? &r : nullptr, 60, -80),
+                          IMF_NOERROR);
+                EXPECT_EQ(Diff(variant ? dst.b : work.b, want.b), "");
+            }
+        }
     }
 }
 
@@ -391,10 +431,12 @@ TEST(Sepia, StatedValues) {
 TEST(Sepia, MatchesTheReferenceOnRandomBitmaps) {
     const IMG_BITMAP_TYPE types[7] = {IMG_RGB, IMG_RGBA, IMG_CMYK, IMG_BGR, IMG_BGRA, IMG_ARGB, IMG_ABGR};
     std::mt19937 rng(12);
-    for (int round = 0; round < 70; ++round) {
-        Img img(imgCreateBitmap(types[round % 7], 1 + static_cast<int>(rng() % 50), 1 + static_cast<int>(rng() % 9)));
+    for (int round = 0; round < 140; ++round) {
+        // Widths across several vector lengths, every tail.
+        Img img(imgCreateBitmap(types[round % 7], 1 + static_cast<int>(rng() % 300), 1 + static_cast<int>(rng() % 9)));
         Randomise(rng, img.b);
-        const int percent = round % 5 == 0 ? 100 : static_cast<int>(rng() % 101);
+        const int percent = round % 5 == 0 ? 100 : round % 5 == 1 ? static_cast<int>(rng() % 3) * 50
+                                                                  : static_cast<int>(rng() % 101);
         const IMG_COLOR c{static_cast<IMG_UINT16>(rng() % 256), static_cast<IMG_UINT16>(rng() % 256),
                           static_cast<IMG_UINT16>(rng() % 256), 0};
         Img want(imgCloneBitmap(img.b)), want_ex(imgCloneBitmap(img.b)), ex(imgCloneBitmap(img.b));

@@ -2,6 +2,7 @@
 // saturation, shifted, and back.
 #include "colour/hls.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 
@@ -12,8 +13,9 @@
 namespace imge {
 
 void rgb2hls(double r, double g, double b, double *h, double *l, double *s) {
-    const double mx = std::fmax(std::fmax(r, g), std::fmax(g, b));
-    const double mn = std::fmin(std::fmin(r, g), std::fmin(g, b));
+    // Channels are never NaN: plain comparisons give what fmax and fmin give.
+    const double mx = std::max(std::max(r, g), std::max(g, b));
+    const double mn = std::min(std::min(r, g), std::min(g, b));
     *l = (mx + mn) * 0.5;
     if (mx == mn) {
         *s = 0.0;
@@ -90,11 +92,10 @@ namespace {
 // colour often, and the conversion is the whole cost. A small direct-mapped
 // cache keyed by the 24-bit colour gives the same bytes as converting again.
 struct HlsCache {
-    static constexpr uint32_t kSlots = 1u << 14;
-    imge::Scratch<uint32_t> key;    // colour + 1 (0: empty)
-    imge::Scratch<uint32_t> value;  // r | g << 8 | b << 16
-    bool Allocate() { return key.Allocate(kSlots, true) && value.Allocate(kSlots); }
-    static uint32_t Slot(uint32_t c) { return (c * 2654435761u) >> 18; }
+    static constexpr uint32_t kSlots = 1u << 16;
+    imge::Scratch<uint64_t> slot;  // (colour + 1) | result << 32; 0: empty
+    bool Allocate() { return slot.Allocate(kSlots, true); }
+    static uint32_t Slot(uint32_t c) { return (c * 2654435761u) >> 16; }
 };
 
 }  // namespace
@@ -118,13 +119,13 @@ IMG_ERROR imgAdjustHLS(IMG_BITMAP *src, IMG_BITMAP **bdst, IMG_INT32 h_increment
             unsigned char out[3];
             const uint32_t c = uint32_t{p[pos.r]} | uint32_t{p[pos.g]} << 8 | uint32_t{p[pos.b]} << 16;
             if (cached) {
-                const uint32_t slot = HlsCache::Slot(c);
-                if (cache.key[slot] != c + 1) {
+                uint64_t &entry = cache.slot[HlsCache::Slot(c)];
+                if (static_cast<uint32_t>(entry) != c + 1) {
                     imge::AdjustHlsPixel(p[pos.r], p[pos.g], p[pos.b], inc, out);
-                    cache.key[slot] = c + 1;
-                    cache.value[slot] = uint32_t{out[0]} | uint32_t{out[1]} << 8 | uint32_t{out[2]} << 16;
+                    const uint32_t v = uint32_t{out[0]} | uint32_t{out[1]} << 8 | uint32_t{out[2]} << 16;
+                    entry = (c + 1) | uint64_t{v} << 32;
                 }
-                const uint32_t v = cache.value[slot];
+                const uint32_t v = static_cast<uint32_t>(entry >> 32);
                 out[0] = static_cast<unsigned char>(v);
                 out[1] = static_cast<unsigned char>(v >> 8);
                 out[2] = static_cast<unsigned char>(v >> 16);
