@@ -7,6 +7,7 @@
 #include <cstdint>
 
 #include "colour/rgb_positions.h"
+#include "core/dispatch.h"
 #include "core/scratch.h"
 #include "libimge.h"
 
@@ -110,9 +111,19 @@ IMG_ERROR imgAdjustHLS(IMG_BITMAP *src, IMG_BITMAP **bdst, IMG_INT32 h_increment
     if (rc != IMG_NO_ERROR) return rc;
     const imge::HlsIncrements inc{h_increment, l_increment, s_increment, h_increment * 3.6,
                                   l_increment / 100.0, s_increment / 100.0};
+    const int bpp = work->BytesPerPixel;
+    // Vectors whenever the hue reaches its range in a few turns.
+    constexpr IMG_INT32 kVectorHueLimit = 1000;  // at most about a dozen turns
+    if (!imge::ScalarForced() && h_increment >= -kVectorHueLimit && h_increment <= kVectorHueLimit) {
+        double unit[256];
+        for (int v = 0; v < 256; ++v) unit[v] = v / 255.0;
+        for (IMG_INT32 y = 0; y < work->Height; ++y)
+            imge::AdjustHlsRow(work->Data + static_cast<long long>(y) * work->BytesPerLine, work->Width, bpp, pos.r,
+                               pos.g, pos.b, inc, unit);
+        return IMG_NO_ERROR;
+    }
     HlsCache cache;
     const bool cached = cache.Allocate();  // without it every pixel is converted
-    const int bpp = work->BytesPerPixel;
     for (IMG_INT32 y = 0; y < work->Height; ++y) {
         unsigned char *p = work->Data + static_cast<long long>(y) * work->BytesPerLine;
         for (IMG_INT32 x = 0; x < work->Width; ++x, p += bpp) {
