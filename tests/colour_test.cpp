@@ -10,6 +10,8 @@
 #include <random>
 #include <vector>
 
+#include <hwy/targets.h>
+
 #include "libformat.h"
 #include "libimge.h"
 #include "libtools.h"
@@ -92,11 +94,11 @@ TEST(ChannelOps, DesaturateSwapAndShadowHighlightMatchTheReference) {
     }
 }
 
-TEST(ChannelOps, ShadowHighlightVectorsOfEveryClassAndTail) {
-    // Rows of only mid-tones (passed through whole vectors), only shadows,
-    // only highlights, and mixtures; widths across several vector lengths
-    // with every tail; in place, with a destination, with an area.
-    std::mt19937 rng(41);
+// Rows of only mid-tones (passed through whole vectors), only shadows, only
+// highlights, and mixtures; widths across several vector lengths with every
+// tail; in place, with a destination, with an area.
+void CheckShadowHighlightVectors(unsigned seed) {
+    std::mt19937 rng(seed);
     for (unsigned type : {IMF_RGB, IMF_BGR, IMF_RGBA, IMF_ARGB}) {
         for (int w = 1; w < 300; w += 11) {
             OwnedImf src;
@@ -131,9 +133,11 @@ TEST(ChannelOps, ShadowHighlightVectorsOfEveryClassAndTail) {
     }
 }
 
-TEST(ChannelOps, VectorRowsMatchPlainOnesAtEveryWidth) {
-    // Widths across several vector lengths and every tail, in place and not.
-    std::mt19937 rng(77);
+TEST(ChannelOps, ShadowHighlightVectorsOfEveryClassAndTail) { CheckShadowHighlightVectors(41); }
+
+// Widths across several vector lengths and every tail, in place and not.
+void CheckDesaturateAndSwapWidths(unsigned seed) {
+    std::mt19937 rng(seed);
     for (unsigned type : {IMF_RGB, IMF_RGBA}) {
         for (int w = 1; w < 150; w += 7) {
             OwnedImf s, d1, d2;
@@ -152,6 +156,8 @@ TEST(ChannelOps, VectorRowsMatchPlainOnesAtEveryWidth) {
         }
     }
 }
+
+TEST(ChannelOps, VectorRowsMatchPlainOnesAtEveryWidth) { CheckDesaturateAndSwapWidths(77); }
 
 TEST(ChannelOps, ExtractChannelGivesTheSelectedPlane) {
     std::mt19937 rng(3);
@@ -371,10 +377,10 @@ void Randomise(std::mt19937 &rng, IMG_BITMAP *b) {
         b->Data[i] = static_cast<IMG_UINT8>(rng());
 }
 
-TEST(Hls, MatchesTheReferenceOnRandomBitmaps) {
+void CheckHlsOnRandomBitmaps(unsigned seed, int rounds) {
     const IMG_BITMAP_TYPE types[7] = {IMG_RGB, IMG_RGBA, IMG_CMYK, IMG_BGR, IMG_BGRA, IMG_ARGB, IMG_ABGR};
-    std::mt19937 rng(8);
-    for (int round = 0; round < 60; ++round) {
+    std::mt19937 rng(seed);
+    for (int round = 0; round < rounds; ++round) {
         Img img(imgCreateBitmap(types[round % 7], 1 + static_cast<int>(rng() % 70), 1 + static_cast<int>(rng() % 20)));
         Randomise(rng, img.b);
         // Few distinct colours in some rounds, so that remembered results are reused.
@@ -402,6 +408,8 @@ TEST(Hls, MatchesTheReferenceOnRandomBitmaps) {
     EXPECT_EQ(std::memcmp(big.b->Data, want.b->Data, big.b->BytesPerLine * big.b->Height), 0);
 }
 
+TEST(Hls, MatchesTheReferenceOnRandomBitmaps) { CheckHlsOnRandomBitmaps(8, 60); }
+
 TEST(Sepia, StatedValues) {
     struct Case { int percent; std::vector<IMG_UINT8> in, out; } plain[] = {
         {0, {255, 0, 0}, {76, 76, 76}}, {100, {255, 0, 0}, {140, 108, 76}},
@@ -428,10 +436,10 @@ TEST(Sepia, StatedValues) {
     EXPECT_EQ(Bytes(b.b), (std::vector<IMG_UINT8>{76, 76, 76}));
 }
 
-TEST(Sepia, MatchesTheReferenceOnRandomBitmaps) {
+void CheckSepiaOnRandomBitmaps(unsigned seed, int rounds) {
     const IMG_BITMAP_TYPE types[7] = {IMG_RGB, IMG_RGBA, IMG_CMYK, IMG_BGR, IMG_BGRA, IMG_ARGB, IMG_ABGR};
-    std::mt19937 rng(12);
-    for (int round = 0; round < 140; ++round) {
+    std::mt19937 rng(seed);
+    for (int round = 0; round < rounds; ++round) {
         // Widths across several vector lengths, every tail.
         Img img(imgCreateBitmap(types[round % 7], 1 + static_cast<int>(rng() % 300), 1 + static_cast<int>(rng() % 9)));
         Randomise(rng, img.b);
@@ -448,6 +456,24 @@ TEST(Sepia, MatchesTheReferenceOnRandomBitmaps) {
         EXPECT_EQ(std::memcmp(img.b->Data, want.b->Data, n), 0) << percent;
         EXPECT_EQ(std::memcmp(ex.b->Data, want_ex.b->Data, n), 0) << percent;
     }
+}
+
+TEST(Sepia, MatchesTheReferenceOnRandomBitmaps) { CheckSepiaOnRandomBitmaps(12, 140); }
+
+// The vector paths on every vector target this machine can run (the best
+// one is chosen otherwise, so the narrower ones would go untested).
+TEST(PublicColour, VectorPathsMatchTheReferencesOnEveryTarget) {
+    for (int64_t target : hwy::SupportedAndGeneratedTargets()) {
+        hwy::SetSupportedTargetsForTest(target);
+        SCOPED_TRACE(hwy::TargetName(target));
+        const unsigned seed = static_cast<unsigned>(target % 1000);
+        CheckShadowHighlightVectors(seed + 1);
+        CheckDesaturateAndSwapWidths(seed + 2);
+        CheckHlsOnRandomBitmaps(seed + 3, 30);
+        CheckSepiaOnRandomBitmaps(seed + 4, 60);
+        if (HasFailure()) break;
+    }
+    hwy::SetSupportedTargetsForTest(0);
 }
 
 TEST(PublicColour, RefusalsLeaveEverythingAlone) {

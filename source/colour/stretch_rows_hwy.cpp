@@ -80,7 +80,10 @@ TLong StretchVec(const TUbyte *HWY_RESTRICT in, TUbyte *out, TLong n, const Stre
 }
 
 void StretchRowVec(const TUbyte *in, TUbyte *out, TLong n, int bpp, const StretchTables &t) {
-    const TLong done = bpp == 3 ? StretchVec<3>(in, out, n, t) : StretchVec<4>(in, out, n, t);
+    TLong done = 0;
+#if HWY_TARGET != HWY_SCALAR  // one lane holds no 16-byte table piece: the plain loop does it
+    done = bpp == 3 ? StretchVec<3>(in, out, n, t) : StretchVec<4>(in, out, n, t);
+#endif
     StretchRowPlain(in + done * bpp, out + done * bpp, n - done, bpp, t);
 }
 
