@@ -402,6 +402,15 @@ void CheckHlsOnRandomBitmaps(unsigned seed, int rounds) {
         ASSERT_EQ(imgAdjustHLS(img.b, nullptr, h, l, s), IMG_NO_ERROR);
         EXPECT_EQ(std::memcmp(img.b->Data, want.b->Data, want.b->BytesPerLine * want.b->Height), 0);
     }
+    // Hue increments at and beside the largest handled in vectors (ten turns).
+    for (int h : {1000, -1000, 1001, -1001, 999}) {
+        Img img(imgCreateBitmap(IMG_BGRA, 77, 3));
+        Randomise(rng, img.b);
+        Img want(imgCloneBitmap(img.b));
+        reference::AdjustHls(want.b, h, 3, -7);
+        ASSERT_EQ(imgAdjustHLS(img.b, nullptr, h, 3, -7), IMG_NO_ERROR);
+        EXPECT_EQ(std::memcmp(img.b->Data, want.b->Data, img.b->BytesPerLine * img.b->Height), 0) << h;
+    }
     // Huge hue increments: the hue is brought back by whole turns, exactly.
     Img big(imgCreateBitmap(IMG_RGB, 40, 2));
     Randomise(rng, big.b);
