@@ -53,7 +53,7 @@ HWY_INLINE V StretchPlane(D d, const Table256 &dark_table, const Table256 &brigh
 }
 
 template <int Bpp>
-TLong StretchVec(const TUbyte *HWY_RESTRICT in, TUbyte *out, TLong n, const StretchTables &t) {
+TLong StretchVec(const TUbyte *in, TUbyte *out, TLong n, const StretchTables &t) {  // in may be out
     const hn::ScalableTag<uint8_t> d;
     const TLong N = static_cast<TLong>(hn::Lanes(d));
     const auto top = hn::Set(d, kShadowTop + 1), bottom = hn::Set(d, kHighlightBottom - 1);
