@@ -10,6 +10,8 @@
 #include <random>
 #include <vector>
 
+#include <hwy/targets.h>
+
 #include "libformat.h"
 #include "libimge.h"
 #include "libtools.h"
@@ -87,13 +89,55 @@ TEST(ChannelOps, DesaturateSwapAndShadowHighlightMatchTheReference) {
             [&p](IMF_BITMAP *s, IMF_BITMAP *d, const IMF_RECT *a) {
                 return imfAdjustShadowHighlight(s, d, a, p[0], p[1]);
             },
-            [&p](const IMF_BITMAP &, IMF_BITMAP *t, const IMF_RECT &r) { reference::ShadowHighlight(t, r, p[0], p[1]); });
+            [&p](const IMF_BITMAP &, IMF_BITMAP *t, const IMF_RECT &r) { reference::ShadowHighlight(t, r, p[0], p[1]); },
+            false, 170);
     }
 }
 
-TEST(ChannelOps, VectorRowsMatchPlainOnesAtEveryWidth) {
-    // Widths across several vector lengths and every tail, in place and not.
-    std::mt19937 rng(77);
+// Rows of only mid-tones (passed through whole vectors), only shadows, only
+// highlights, and mixtures; widths across several vector lengths with every
+// tail; in place, with a destination, with an area.
+void CheckShadowHighlightVectors(unsigned seed) {
+    std::mt19937 rng(seed);
+    for (unsigned type : {IMF_RGB, IMF_BGR, IMF_RGBA, IMF_ARGB}) {
+        for (int w = 1; w < 300; w += 11) {
+            OwnedImf src;
+            MakeRandom(rng, type, w, 5, 1 + static_cast<int>(rng() % 4), &src);
+            const int bpp = src->BytesPerPixel;
+            for (int x = 0; x < w; ++x) {
+                TUbyte *row[4];
+                for (int y = 0; y < 4; ++y) row[y] = src->Data + y * src->BytesPerLine + x * bpp;
+                for (int k = 0; k < 3; ++k) {
+                    row[0][k] = static_cast<TUbyte>(90 + rng() % 70);  // luminance 90..159
+                    row[1][k] = static_cast<TUbyte>(rng() % 60);
+                    row[2][k] = static_cast<TUbyte>(200 + rng() % 56);
+                    if (rng() % 9 == 0) row[3][k] = static_cast<TUbyte>(rng() % 30);  // a dark pixel now and then
+                    else row[3][k] = static_cast<TUbyte>(100 + rng() % 40);
+                }
+            }
+            const IMF_RECT all{0, 0, w, 5};
+            const IMF_RECT part{w / 4, 1, w - w / 3, 3};
+            for (int variant = 0; variant < 3; ++variant) {
+                SCOPED_TRACE(TypeName(type) + " " + std::to_string(w) + " variant " + std::to_string(variant));
+                OwnedImf work, want, dst;
+                Clone(src.b, &work);
+                Clone(src.b, &want);
+                const IMF_RECT &r = variant == 2 ? part : all;
+                reference::ShadowHighlight(want.get(), r, 60, -80);
+                ASSERT_EQ(imfAdjustShadowHighlight(work.get(), variant ? dst.get() : nullptr,
+                                                   variant == 2 ? &r : nullptr, 60, -80),
+                          IMF_NOERROR);
+                EXPECT_EQ(Diff(variant ? dst.b : work.b, want.b), "");
+            }
+        }
+    }
+}
+
+TEST(ChannelOps, ShadowHighlightVectorsOfEveryClassAndTail) { CheckShadowHighlightVectors(41); }
+
+// Widths across several vector lengths and every tail, in place and not.
+void CheckDesaturateAndSwapWidths(unsigned seed) {
+    std::mt19937 rng(seed);
     for (unsigned type : {IMF_RGB, IMF_RGBA}) {
         for (int w = 1; w < 150; w += 7) {
             OwnedImf s, d1, d2;
@@ -113,14 +157,17 @@ TEST(ChannelOps, VectorRowsMatchPlainOnesAtEveryWidth) {
     }
 }
 
-TEST(ChannelOps, ExtractChannelGivesTheSelectedPlane) {
-    std::mt19937 rng(3);
+TEST(ChannelOps, VectorRowsMatchPlainOnesAtEveryWidth) { CheckDesaturateAndSwapWidths(77); }
+
+// Widths across several vector lengths with every tail.
+void CheckExtraction(unsigned seed) {
+    std::mt19937 rng(seed);
     const unsigned types[8] = {IMF_COLORS, IMF_RGB, IMF_BGR, IMF_RGBA, IMF_ABGR, IMF_BGRA, IMF_ARGB, IMF_CMYK};
     for (unsigned type : types)
         for (TLong channel = -1; channel <= 5; ++channel) {
             SCOPED_TRACE(TypeName(type) + " channel " + std::to_string(channel));
             OwnedImf s, d;
-            MakeRandom(rng, type, 1 + static_cast<int>(rng() % 19), 1 + static_cast<int>(rng() % 7), 4, &s);
+            MakeRandom(rng, type, 1 + static_cast<int>(rng() % 300), 1 + static_cast<int>(rng() % 7), 4, &s);
             s->TransparentIndex = 3;
             const std::vector<TUbyte> want = reference::ExtractChannel(s.b, channel);
             const bool in_place = channel & 1;
@@ -135,6 +182,8 @@ TEST(ChannelOps, ExtractChannelGivesTheSelectedPlane) {
             EXPECT_EQ(got, want);
         }
 }
+
+TEST(ChannelOps, ExtractChannelGivesTheSelectedPlane) { CheckExtraction(3); }
 
 TEST(ChannelOps, ShadowHighlightStatedValues) {
     // s = 30 maps 50 to 26; s = -30 maps 50 to 64; h = 50 maps 200 to 246 and
@@ -331,10 +380,10 @@ void Randomise(std::mt19937 &rng, IMG_BITMAP *b) {
         b->Data[i] = static_cast<IMG_UINT8>(rng());
 }
 
-TEST(Hls, MatchesTheReferenceOnRandomBitmaps) {
+void CheckHlsOnRandomBitmaps(unsigned seed, int rounds) {
     const IMG_BITMAP_TYPE types[7] = {IMG_RGB, IMG_RGBA, IMG_CMYK, IMG_BGR, IMG_BGRA, IMG_ARGB, IMG_ABGR};
-    std::mt19937 rng(8);
-    for (int round = 0; round < 60; ++round) {
+    std::mt19937 rng(seed);
+    for (int round = 0; round < rounds; ++round) {
         Img img(imgCreateBitmap(types[round % 7], 1 + static_cast<int>(rng() % 70), 1 + static_cast<int>(rng() % 20)));
         Randomise(rng, img.b);
         // Few distinct colours in some rounds, so that remembered results are reused.
@@ -353,6 +402,15 @@ TEST(Hls, MatchesTheReferenceOnRandomBitmaps) {
         ASSERT_EQ(imgAdjustHLS(img.b, nullptr, h, l, s), IMG_NO_ERROR);
         EXPECT_EQ(std::memcmp(img.b->Data, want.b->Data, want.b->BytesPerLine * want.b->Height), 0);
     }
+    // Hue increments at and beside the largest handled in vectors (ten turns).
+    for (int h : {1000, -1000, 1001, -1001, 999}) {
+        Img img(imgCreateBitmap(IMG_BGRA, 77, 3));
+        Randomise(rng, img.b);
+        Img want(imgCloneBitmap(img.b));
+        reference::AdjustHls(want.b, h, 3, -7);
+        ASSERT_EQ(imgAdjustHLS(img.b, nullptr, h, 3, -7), IMG_NO_ERROR);
+        EXPECT_EQ(std::memcmp(img.b->Data, want.b->Data, img.b->BytesPerLine * img.b->Height), 0) << h;
+    }
     // Huge hue increments: the hue is brought back by whole turns, exactly.
     Img big(imgCreateBitmap(IMG_RGB, 40, 2));
     Randomise(rng, big.b);
@@ -361,6 +419,8 @@ TEST(Hls, MatchesTheReferenceOnRandomBitmaps) {
     ASSERT_EQ(imgAdjustHLS(big.b, nullptr, 2000003, 0, 0), IMG_NO_ERROR);
     EXPECT_EQ(std::memcmp(big.b->Data, want.b->Data, big.b->BytesPerLine * big.b->Height), 0);
 }
+
+TEST(Hls, MatchesTheReferenceOnRandomBitmaps) { CheckHlsOnRandomBitmaps(8, 60); }
 
 TEST(Sepia, StatedValues) {
     struct Case { int percent; std::vector<IMG_UINT8> in, out; } plain[] = {
@@ -388,13 +448,15 @@ TEST(Sepia, StatedValues) {
     EXPECT_EQ(Bytes(b.b), (std::vector<IMG_UINT8>{76, 76, 76}));
 }
 
-TEST(Sepia, MatchesTheReferenceOnRandomBitmaps) {
+void CheckSepiaOnRandomBitmaps(unsigned seed, int rounds) {
     const IMG_BITMAP_TYPE types[7] = {IMG_RGB, IMG_RGBA, IMG_CMYK, IMG_BGR, IMG_BGRA, IMG_ARGB, IMG_ABGR};
-    std::mt19937 rng(12);
-    for (int round = 0; round < 70; ++round) {
-        Img img(imgCreateBitmap(types[round % 7], 1 + static_cast<int>(rng() % 50), 1 + static_cast<int>(rng() % 9)));
+    std::mt19937 rng(seed);
+    for (int round = 0; round < rounds; ++round) {
+        // Widths across several vector lengths, every tail.
+        Img img(imgCreateBitmap(types[round % 7], 1 + static_cast<int>(rng() % 300), 1 + static_cast<int>(rng() % 9)));
         Randomise(rng, img.b);
-        const int percent = round % 5 == 0 ? 100 : static_cast<int>(rng() % 101);
+        const int percent = round % 5 == 0 ? 100 : round % 5 == 1 ? static_cast<int>(rng() % 3) * 50
+                                                                  : static_cast<int>(rng() % 101);
         const IMG_COLOR c{static_cast<IMG_UINT16>(rng() % 256), static_cast<IMG_UINT16>(rng() % 256),
                           static_cast<IMG_UINT16>(rng() % 256), 0};
         Img want(imgCloneBitmap(img.b)), want_ex(imgCloneBitmap(img.b)), ex(imgCloneBitmap(img.b));
@@ -406,6 +468,25 @@ TEST(Sepia, MatchesTheReferenceOnRandomBitmaps) {
         EXPECT_EQ(std::memcmp(img.b->Data, want.b->Data, n), 0) << percent;
         EXPECT_EQ(std::memcmp(ex.b->Data, want_ex.b->Data, n), 0) << percent;
     }
+}
+
+TEST(Sepia, MatchesTheReferenceOnRandomBitmaps) { CheckSepiaOnRandomBitmaps(12, 140); }
+
+// The vector paths on every vector target this machine can run (the best
+// one is chosen otherwise, so the narrower ones would go untested).
+TEST(PublicColour, VectorPathsMatchTheReferencesOnEveryTarget) {
+    for (int64_t target : hwy::SupportedAndGeneratedTargets()) {
+        hwy::SetSupportedTargetsForTest(target);
+        SCOPED_TRACE(hwy::TargetName(target));
+        const unsigned seed = static_cast<unsigned>(target % 1000);
+        CheckShadowHighlightVectors(seed + 1);
+        CheckDesaturateAndSwapWidths(seed + 2);
+        CheckExtraction(seed + 5);
+        CheckHlsOnRandomBitmaps(seed + 3, 30);
+        CheckSepiaOnRandomBitmaps(seed + 4, 60);
+        if (HasFailure()) break;
+    }
+    hwy::SetSupportedTargetsForTest(0);
 }
 
 TEST(PublicColour, RefusalsLeaveEverythingAlone) {

@@ -13,7 +13,7 @@ void DesaturateRowPlain(const TUbyte *in, TUbyte *out, TLong n, int bpp) {
     }
 }
 
-void ExtractRow(const TUbyte *in, TUbyte *out, TLong n, int bpp, int pos) {
+void ExtractRowPlain(const TUbyte *in, TUbyte *out, TLong n, int bpp, int pos) {
     in += pos;
     for (TLong x = 0; x < n; ++x, in += bpp) out[x] = *in;
 }

@@ -16,6 +16,7 @@ void DesaturateRowPlain(const TUbyte *in, TUbyte *out, TLong n, int bpp);
 
 // out[x] = byte `pos` of pixel x.
 void ExtractRow(const TUbyte *in, TUbyte *out, TLong n, int bpp, int pos);
+void ExtractRowPlain(const TUbyte *in, TUbyte *out, TLong n, int bpp, int pos);
 
 // The five permutations of bytes 0..2 (mode 0..4); byte 3 copied.
 void SwapPixelBytes(const TUbyte *in, TUbyte *out, TUlong mode);

@@ -1,6 +1,6 @@
 // Vector kernels of the channel operations (Highway, dispatched at run time):
 // pixels are split into planes with interleaved loads, worked on per plane
-// and interleaved again on the way out.
+// and interleaved again on the way out (or one plane stored, for extraction).
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "colour/channel_rows_hwy.cpp"
 #include <hwy/foreach_target.h>  // IWYU pragma: keep
@@ -60,6 +60,26 @@ void SwapVec(const TUbyte *HWY_RESTRICT in, TUbyte *HWY_RESTRICT out, TLong n, i
     SwapRowPlain(in + x * bpp, out + x * bpp, n - x, bpp, mode);
 }
 
+void ExtractVec(const TUbyte *HWY_RESTRICT in, TUbyte *HWY_RESTRICT out, TLong n, int bpp, int pos) {
+    const hn::ScalableTag<uint8_t> d;
+    const TLong N = static_cast<TLong>(hn::Lanes(d));
+    TLong x = 0;
+    if (bpp == 3) {
+        for (; x + N <= n; x += N) {
+            hn::Vec<decltype(d)> p[3];
+            hn::LoadInterleaved3(d, in + 3 * x, p[0], p[1], p[2]);
+            hn::StoreU(p[pos], d, out + x);
+        }
+    } else if (bpp == 4) {
+        for (; x + N <= n; x += N) {
+            hn::Vec<decltype(d)> p[4];
+            hn::LoadInterleaved4(d, in + 4 * x, p[0], p[1], p[2], p[3]);
+            hn::StoreU(p[pos], d, out + x);
+        }
+    }
+    ExtractRowPlain(in + x * bpp, out + x, n - x, bpp, pos);
+}
+
 }  // namespace HWY_NAMESPACE
 }  // namespace imge
 HWY_AFTER_NAMESPACE();
@@ -68,6 +88,12 @@ HWY_AFTER_NAMESPACE();
 namespace imge {
 HWY_EXPORT(DesaturateVec);
 HWY_EXPORT(SwapVec);
+HWY_EXPORT(ExtractVec);
+
+void ExtractRow(const TUbyte *in, TUbyte *out, TLong n, int bpp, int pos) {
+    if (ScalarForced()) return ExtractRowPlain(in, out, n, bpp, pos);
+    HWY_DYNAMIC_DISPATCH(ExtractVec)(in, out, n, bpp, pos);
+}
 
 void DesaturateRow(const TUbyte *in, TUbyte *out, TLong n, int bpp) {
     if (ScalarForced()) return DesaturateRowPlain(in, out, n, bpp);

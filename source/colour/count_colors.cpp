@@ -7,6 +7,7 @@
 // counts exactly what an open-addressing set of colours counts, in the same
 // order, and needs no growth steps.
 #include <cstdint>
+#include <cstring>
 
 #include "core/bitmap_check.h"
 #include "core/convert.h"
@@ -42,7 +43,16 @@ TUlong CountBytes(const IMF_BITMAP *b) {
     return distinct;
 }
 
-inline uint32_t ColourAt(const TUbyte *p) { return uint32_t{p[0]} << 16 | uint32_t{p[1]} << 8 | p[2]; }
+// Bytes 0, 1, 2 of the pixel as one number (byte 0 lowest), read as one
+// unaligned 4-byte word with its top byte dropped: any one-to-one numbering
+// of the colours serves the count. Reads one byte past the colour, so a
+// 3-byte pixel at the end of a row is read byte by byte.
+inline uint32_t ColourWord(const TUbyte *p) {
+    uint32_t v;
+    std::memcpy(&v, p, sizeof v);
+    return v & 0xFFFFFFu;  // little-endian: bytes 0, 1, 2
+}
+inline uint32_t ColourBytes(const TUbyte *p) { return uint32_t{p[2]} << 16 | uint32_t{p[1]} << 8 | p[0]; }
 
 // Marks the colour and returns 1 when it was new.
 inline TUlong Mark(uint64_t *seen, uint32_t c) {
@@ -57,16 +67,20 @@ TUlong CountColours(const IMF_BITMAP *b, TLong limit) {
     imge::Scratch<uint64_t> seen(std::size_t{1} << 18, true);  // 2^24 bits
     if (!seen.ok()) return kNoMemory;
     const int bpp = b->BytesPerPixel;
+    // Pixels read as words: all of a row when a pixel holds four bytes.
+    const TLong words = bpp >= 4 ? b->Width : b->Width - 1;
     TUlong count = 0;
     for (TLong y = 0; y < b->Height; ++y) {
         const TUbyte *p = b->Data + static_cast<long long>(y) * b->BytesPerLine;
         if (limit <= 0) {
             // No early stop: no branch on whether a colour was new.
-            for (TLong x = 0; x < b->Width; ++x, p += bpp) count += Mark(seen.get(), ColourAt(p));
+            TLong x = 0;
+            for (; x < words; ++x, p += bpp) count += Mark(seen.get(), ColourWord(p));
+            for (; x < b->Width; ++x, p += bpp) count += Mark(seen.get(), ColourBytes(p));
             continue;
         }
         for (TLong x = 0; x < b->Width; ++x, p += bpp) {
-            count += Mark(seen.get(), ColourAt(p));
+            count += Mark(seen.get(), x < words ? ColourWord(p) : ColourBytes(p));
             if (count > static_cast<TUlong>(limit)) return count;
         }
     }

@@ -2,18 +2,21 @@
 // saturation, shifted, and back.
 #include "colour/hls.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 
 #include "colour/rgb_positions.h"
+#include "core/dispatch.h"
 #include "core/scratch.h"
 #include "libimge.h"
 
 namespace imge {
 
 void rgb2hls(double r, double g, double b, double *h, double *l, double *s) {
-    const double mx = std::fmax(std::fmax(r, g), std::fmax(g, b));
-    const double mn = std::fmin(std::fmin(r, g), std::fmin(g, b));
+    // Channels are never NaN: plain comparisons give what fmax and fmin give.
+    const double mx = std::max(std::max(r, g), std::max(g, b));
+    const double mn = std::min(std::min(r, g), std::min(g, b));
     *l = (mx + mn) * 0.5;
     if (mx == mn) {
         *s = 0.0;
@@ -90,11 +93,10 @@ namespace {
 // colour often, and the conversion is the whole cost. A small direct-mapped
 // cache keyed by the 24-bit colour gives the same bytes as converting again.
 struct HlsCache {
-    static constexpr uint32_t kSlots = 1u << 14;
-    imge::Scratch<uint32_t> key;    // colour + 1 (0: empty)
-    imge::Scratch<uint32_t> value;  // r | g << 8 | b << 16
-    bool Allocate() { return key.Allocate(kSlots, true) && value.Allocate(kSlots); }
-    static uint32_t Slot(uint32_t c) { return (c * 2654435761u) >> 18; }
+    static constexpr uint32_t kSlots = 1u << 16;
+    imge::Scratch<uint64_t> slot;  // (colour + 1) | result << 32; 0: empty
+    bool Allocate() { return slot.Allocate(kSlots, true); }
+    static uint32_t Slot(uint32_t c) { return (c * 2654435761u) >> 16; }
 };
 
 }  // namespace
@@ -109,22 +111,32 @@ IMG_ERROR imgAdjustHLS(IMG_BITMAP *src, IMG_BITMAP **bdst, IMG_INT32 h_increment
     if (rc != IMG_NO_ERROR) return rc;
     const imge::HlsIncrements inc{h_increment, l_increment, s_increment, h_increment * 3.6,
                                   l_increment / 100.0, s_increment / 100.0};
+    const int bpp = work->BytesPerPixel;
+    // Vectors whenever the hue reaches its range in a few turns.
+    constexpr IMG_INT32 kVectorHueLimit = 1000;  // at most about a dozen turns
+    if (!imge::ScalarForced() && h_increment >= -kVectorHueLimit && h_increment <= kVectorHueLimit) {
+        double unit[256];
+        for (int v = 0; v < 256; ++v) unit[v] = v / 255.0;
+        for (IMG_INT32 y = 0; y < work->Height; ++y)
+            imge::AdjustHlsRow(work->Data + static_cast<long long>(y) * work->BytesPerLine, work->Width, bpp, pos.r,
+                               pos.g, pos.b, inc, unit);
+        return IMG_NO_ERROR;
+    }
     HlsCache cache;
     const bool cached = cache.Allocate();  // without it every pixel is converted
-    const int bpp = work->BytesPerPixel;
     for (IMG_INT32 y = 0; y < work->Height; ++y) {
         unsigned char *p = work->Data + static_cast<long long>(y) * work->BytesPerLine;
         for (IMG_INT32 x = 0; x < work->Width; ++x, p += bpp) {
             unsigned char out[3];
             const uint32_t c = uint32_t{p[pos.r]} | uint32_t{p[pos.g]} << 8 | uint32_t{p[pos.b]} << 16;
             if (cached) {
-                const uint32_t slot = HlsCache::Slot(c);
-                if (cache.key[slot] != c + 1) {
+                uint64_t &entry = cache.slot[HlsCache::Slot(c)];
+                if (static_cast<uint32_t>(entry) != c + 1) {
                     imge::AdjustHlsPixel(p[pos.r], p[pos.g], p[pos.b], inc, out);
-                    cache.key[slot] = c + 1;
-                    cache.value[slot] = uint32_t{out[0]} | uint32_t{out[1]} << 8 | uint32_t{out[2]} << 16;
+                    const uint32_t v = uint32_t{out[0]} | uint32_t{out[1]} << 8 | uint32_t{out[2]} << 16;
+                    entry = (c + 1) | uint64_t{v} << 32;
                 }
-                const uint32_t v = cache.value[slot];
+                const uint32_t v = static_cast<uint32_t>(entry >> 32);
                 out[0] = static_cast<unsigned char>(v);
                 out[1] = static_cast<unsigned char>(v >> 8);
                 out[2] = static_cast<unsigned char>(v >> 16);

@@ -18,4 +18,11 @@ struct HlsIncrements {
 void AdjustHlsPixel(unsigned char r, unsigned char g, unsigned char b, const HlsIncrements &inc,
                     unsigned char out[3]);
 
+// The same for the n pixels of bpp bytes at p, in place, in vectors: red,
+// green and blue at byte positions ir, ig, ib; unit[v] = v / 255.0. The hue
+// is brought into range by whole turns one at a time, so callers keep huge
+// hue increments for the plain code.
+void AdjustHlsRow(unsigned char *p, int n, int bpp, int ir, int ig, int ib, const HlsIncrements &inc,
+                  const double unit[256]);
+
 }  // namespace imge

@@ -1,8 +1,13 @@
 // Shadow and highlight stretch: dark pixels through one linear stretch,
 // bright pixels through another, mid-tones untouched.
+#include <cstring>
+
+#include "colour/stretch_rows.h"
 #include "core/bitmap_check.h"
 #include "core/target.h"
 #include "libformat.h"
+#include "libtools.h"
+#include "lut/lut_rows.h"
 
 namespace {
 
@@ -15,21 +20,33 @@ void StretchTable(long long base, long long divisor, TUbyte table[256]) {
     }
 }
 
-constexpr int kShadowTop = 79;      // luminance up to here: shadow
-constexpr int kHighlightBottom = 177;  // from here: highlight
-
-// Bytes 0..2 of `n` pixels through the table of the pixel's luminance class
-// (Bpp 0: the pixel size is `bpp`).
-template <int Bpp>
-void StretchPixels(TUbyte *p, TLong n, const TUbyte (&tables)[3][256], const TUbyte (&class_of)[256],
-                   int bpp = Bpp) {
-    const int step = Bpp ? Bpp : bpp;
-    for (TLong x = 0; x < n; ++x, p += step) {
-        const TUbyte *t = tables[class_of[COLOR2GREY(p[0], p[1], p[2])]];
-        p[0] = t[p[0]];
-        p[1] = t[p[1]];
-        p[2] = t[p[2]];
+// Pixels of any other size: bytes 0..2 in place.
+void StretchWide(TUbyte *p, TLong n, int bpp, const imge::StretchTables &t) {
+    for (TLong x = 0; x < n; ++x, p += bpp) {
+        const int luma = COLOR2GREY(p[0], p[1], p[2]);
+        if (luma > imge::kShadowTop && luma < imge::kHighlightBottom) continue;
+        const TUbyte *table = luma <= imge::kShadowTop ? t.dark : t.bright;
+        for (int k = 0; k < 3; ++k) p[k] = table[p[k]];
     }
+}
+
+// The destination's rows are written in one pass: bytes outside the
+// rectangle copied, the rectangle stretched straight from the source.
+void StretchInto(const IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT &r, const imge::StretchTables &t) {
+    const long long line = src->BytesPerLine, bpp = src->BytesPerPixel;
+    const long long left = r.left * bpp, width = r.width * bpp;
+    if (r.top > 0) std::memcpy(dst->Data, src->Data, static_cast<std::size_t>(line * r.top));
+    for (TLong y = r.top; y < r.top + r.height; ++y) {
+        const TUbyte *in = src->Data + y * line;
+        TUbyte *out = dst->Data + y * line;
+        std::memcpy(out, in, static_cast<std::size_t>(left));
+        imge::StretchRow(in + left, out + left, r.width, static_cast<int>(bpp), t);
+        std::memcpy(out + left + width, in + left + width, static_cast<std::size_t>(line - left - width));
+    }
+    const long long below = static_cast<long long>(r.top) + r.height;
+    if (below < src->Height)
+        std::memcpy(dst->Data + below * line, src->Data + below * line,
+                    static_cast<std::size_t>(line * (src->Height - below)));
 }
 
 }  // namespace
@@ -45,32 +62,34 @@ IMF_ERROR imfAdjustShadowHighlight(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_R
     // never zero.
     const long long s = (static_cast<long long>(shadow) * 30) / 100;
     const long long h = static_cast<long long>(highlight) / 2;
-    // One table per class (shadow, mid-tone = identity, highlight), picked
-    // per pixel by index rather than by branch.
-    TUbyte tables[3][256];
-    StretchTable(s, 255 - 2 * s, tables[0]);
-    for (int c = 0; c < 256; ++c) tables[1][c] = static_cast<TUbyte>(c);
-    StretchTable(h, 255 - 2 * h, tables[2]);
-    TUbyte class_of[256];
-    for (int v = 0; v < 256; ++v) class_of[v] = v <= kShadowTop ? 0 : v >= kHighlightBottom ? 2 : 1;
-    const TUbyte *dark = tables[0], *bright = tables[2];
+    imge::StretchTables t;
+    StretchTable(s, 255 - 2 * s, t.dark);
+    StretchTable(h, 255 - 2 * h, t.bright);
 
-    IMF_BITMAP *target = nullptr;
     IMF_RECT r;
-    IMF_ERROR rc = imge::PrepareTarget(src, dst, area, false, &target, &r);
-    if (rc != IMF_NOERROR) return rc;
-    const int bpp = target->BytesPerPixel;
+    if (imfGetClippingRect(src, area, &r)) return IMF_ERRBADPARAMS;
+    const int bpp = src->BytesPerPixel;
+    IMF_BITMAP *target = src;
+    if (dst) {
+        IMF_ERROR rc = imge::AllocateLike(src, dst, false);
+        if (rc != IMF_NOERROR) return rc;
+        target = dst;
+        if ((bpp == 3 || bpp == 4) && dst->BytesPerLine == src->BytesPerLine) {
+            StretchInto(src, dst, r, t);
+            return IMF_NOERROR;
+        }
+        imge::CopyPixels(src, dst);
+    }
+    // Grey: each byte by its own value, through one table.
+    TUbyte grey[256];
+    for (int c = 0; c < 256; ++c)
+        grey[c] = c <= imge::kShadowTop ? t.dark[c] : c >= imge::kHighlightBottom ? t.bright[c] : static_cast<TUbyte>(c);
     for (TLong y = r.top; y < r.top + r.height; ++y) {
         TUbyte *p = target->Data + static_cast<long long>(y) * target->BytesPerLine +
                     static_cast<long long>(r.left) * bpp;
-        if (bpp < 3) {
-            for (TLong i = 0; i < r.width * bpp; ++i)
-                p[i] = p[i] <= kShadowTop ? dark[p[i]] : p[i] >= kHighlightBottom ? bright[p[i]] : p[i];
-            continue;
-        }
-        if (bpp == 3) StretchPixels<3>(p, r.width, tables, class_of);
-        else if (bpp == 4) StretchPixels<4>(p, r.width, tables, class_of);
-        else StretchPixels<0>(p, r.width, tables, class_of, bpp);
+        if (bpp < 3) imge::LutBytesOne(p, static_cast<std::size_t>(r.width) * bpp, grey);
+        else if (bpp <= 4) imge::StretchRow(p, p, r.width, bpp, t);
+        else StretchWide(p, r.width, bpp, t);
     }
     return IMF_NOERROR;
 }

@@ -4,6 +4,7 @@
 #include <hwy/foreach_target.h>  // IWYU pragma: keep
 #include <hwy/highway.h>
 
+#include "core/byte_vectors-inl.h"
 #include "core/dispatch.h"
 #include "lut/lut_rows.h"
 
@@ -53,19 +54,6 @@ void LutVec(uint8_t *HWY_RESTRICT p, std::size_t bytes, const uint8_t *HWY_RESTR
     }
     for (; i < bytes; ++i)
         if (!keep3 || (i & 3) != 3) p[i] = table[p[i]];
-}
-
-// One 256-entry lookup of a whole vector through the sixteen pieces of a
-// table (as in LutVec).
-template <class D, class V>
-HWY_INLINE V LookupPieces(D d, const uint8_t *HWY_RESTRICT table, V v) {
-    const auto lo = hn::And(v, hn::Set(d, 0x0F));
-    const auto hi = hn::ShiftRight<4>(v);
-    auto r = hn::TableLookupBytes(hn::LoadDup128(d, table), lo);
-    for (int h = 1; h < 16; ++h)
-        r = hn::IfThenElse(hn::Eq(hi, hn::Set(d, static_cast<uint8_t>(h))),
-                           hn::TableLookupBytes(hn::LoadDup128(d, table + 16 * h), lo), r);
-    return r;
 }
 
 // Three tables by byte position: 3-byte pixels split into planes, each

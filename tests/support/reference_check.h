@@ -16,11 +16,12 @@ namespace testing_support {
 // fast(src, dst_or_null, area_or_null) -> IMF_ERROR;
 // ref(src, expected, rect): writes the result into `expected`, a copy of src.
 // `separate`: the operation writes a new bitmap (TransparentIndex -1).
+// Widths and heights are 1..max_size.
 template <typename Fast, typename Ref>
 void CheckAgainstReference(unsigned seed, const unsigned *types, int type_count, int rounds, Fast fast, Ref ref,
-                           bool separate = false) {
+                           bool separate = false, int max_size = 41) {
     std::mt19937 rng(seed);
-    std::uniform_int_distribution<int> size(1, 41), pack(1, 8), coin(0, 1);
+    std::uniform_int_distribution<int> size(1, max_size), pack(1, 8), coin(0, 1);
     for (int round = 0; round < rounds; ++round) {
         const unsigned type = types[round % type_count];
         const int w = size(rng), h = size(rng);

@@ -1,0 +1,63 @@
+// Vector helpers on whole vectors of bytes shared by several kernels
+// (Highway, included once per target after foreach_target.h).
+#if defined(IMGE_CORE_BYTE_VECTORS_INL_H_) == defined(HWY_TARGET_TOGGLE)
+#ifdef IMGE_CORE_BYTE_VECTORS_INL_H_
+#undef IMGE_CORE_BYTE_VECTORS_INL_H_
+#else
+#define IMGE_CORE_BYTE_VECTORS_INL_H_
+#endif
+
+#include <cstdint>
+
+#include <hwy/highway.h>
+
+HWY_BEFORE_NAMESPACE();
+namespace imge {
+namespace HWY_NAMESPACE {
+namespace hn = hwy::HWY_NAMESPACE;
+
+// One 256-entry lookup of a whole vector: the table is split into sixteen
+// 16-byte pieces; each byte's low nibble indexes a piece (a byte shuffle per
+// 128-bit block), its high nibble selects which piece's answer it keeps.
+template <class D, class V>
+HWY_INLINE V LookupPieces(D d, const uint8_t *HWY_RESTRICT table, V v) {
+    const auto lo = hn::And(v, hn::Set(d, 0x0F));
+    const auto hi = hn::ShiftRight<4>(v);
+    auto r = hn::TableLookupBytes(hn::LoadDup128(d, table), lo);
+    for (int h = 1; h < 16; ++h)
+        r = hn::IfThenElse(hn::Eq(hi, hn::Set(d, static_cast<uint8_t>(h))),
+                           hn::TableLookupBytes(hn::LoadDup128(d, table + 16 * h), lo), r);
+    return r;
+}
+
+// (77 r + 150 g + 29 b) >> 8 per byte lane (the sum is at most 65 280).
+template <class D, class V>
+HWY_INLINE V Luma(D d, V r, V g, V b) {
+#if HWY_TARGET == HWY_SCALAR
+    // One lane: widened, weighted and narrowed again.
+    const hn::Rebind<uint16_t, D> d16;
+    auto s = hn::Mul(hn::PromoteTo(d16, r), hn::Set(d16, 77));
+    s = hn::Add(s, hn::Mul(hn::PromoteTo(d16, g), hn::Set(d16, 150)));
+    s = hn::Add(s, hn::Mul(hn::PromoteTo(d16, b), hn::Set(d16, 29)));
+    return hn::DemoteTo(d, hn::BitCast(hn::Rebind<int16_t, D>(), hn::ShiftRight<8>(s)));
+#else
+    // The even and the odd bytes weighted in 16-bit lanes, put back together.
+    const hn::Repartition<uint16_t, D> d16;
+    const auto low = hn::Set(d16, 0x00FF);
+    const auto re = hn::BitCast(d16, r), ge = hn::BitCast(d16, g), be = hn::BitCast(d16, b);
+    auto even = hn::Mul(hn::And(re, low), hn::Set(d16, 77));
+    even = hn::Add(even, hn::Mul(hn::And(ge, low), hn::Set(d16, 150)));
+    even = hn::Add(even, hn::Mul(hn::And(be, low), hn::Set(d16, 29)));
+    auto odd = hn::Mul(hn::ShiftRight<8>(re), hn::Set(d16, 77));
+    odd = hn::Add(odd, hn::Mul(hn::ShiftRight<8>(ge), hn::Set(d16, 150)));
+    odd = hn::Add(odd, hn::Mul(hn::ShiftRight<8>(be), hn::Set(d16, 29)));
+    // even >> 8 lands in the low byte; odd keeps its high byte in place.
+    return hn::BitCast(d, hn::Or(hn::ShiftRight<8>(even), hn::And(odd, hn::Set(d16, 0xFF00))));
+#endif
+}
+
+}  // namespace HWY_NAMESPACE
+}  // namespace imge
+HWY_AFTER_NAMESPACE();
+
+#endif  // include guard
