@@ -1,6 +1,7 @@
 // The vector row kernels added for the tone family against their plain
 // loops, on rows long enough for every vector width and every tail length.
 #include <gtest/gtest.h>
+#include <hwy/targets.h>
 
 #include <cstring>
 #include <random>
@@ -11,7 +12,7 @@
 
 namespace {
 
-TEST(ToneKernels, ThreeTableLookupsMatchThePlainLoops) {
+void CheckThreeTableLookups() {
     std::mt19937 rng(12);
     std::vector<uint8_t> tables(768);
     for (uint8_t &t : tables) t = static_cast<uint8_t>(rng());
@@ -34,7 +35,40 @@ TEST(ToneKernels, ThreeTableLookupsMatchThePlainLoops) {
     }
 }
 
-TEST(ToneKernels, LuminanceRowsMatchThePlainLoop) {
+void CheckOneTableLookups() {
+    std::mt19937 rng(14);
+    std::vector<uint8_t> t(256);
+    for (uint8_t &v : t) v = static_cast<uint8_t>(rng());
+    for (std::size_t n = 0; n < 300; n += (n < 140 ? 1 : 37)) {
+        std::vector<uint8_t> row(n * 4 + 1);
+        for (uint8_t &v : row) v = static_cast<uint8_t>(rng());
+        std::vector<uint8_t> fast(row), plain(row);
+        imge::LutBytesOne(fast.data(), n * 4, t.data());
+        imge::LutBytes(plain.data(), n * 4, t.data());
+        ASSERT_EQ(fast, plain) << "bytes, n " << n * 4;
+        fast = row;
+        plain = row;
+        imge::LutQuadsOne(fast.data(), n, t.data());
+        imge::LutQuads(plain.data(), n, t.data(), t.data(), t.data());
+        ASSERT_EQ(fast, plain) << "quads, n " << n;
+        ASSERT_EQ(fast.back(), row.back()) << "wrote past the row";
+        // The complement table's own kernels.
+        std::vector<uint8_t> inv(256);
+        for (int v = 0; v < 256; ++v) inv[v] = static_cast<uint8_t>(255 - v);
+        fast = row;
+        plain = row;
+        imge::InvertQuads(fast.data(), n);
+        imge::LutQuads(plain.data(), n, inv.data(), inv.data(), inv.data());
+        ASSERT_EQ(fast, plain) << "inverted quads, n " << n;
+        fast = row;
+        plain = row;
+        imge::InvertBytes(fast.data(), n * 4 + 1);
+        imge::LutBytes(plain.data(), n * 4 + 1, inv.data());
+        ASSERT_EQ(fast, plain) << "inverted bytes, n " << n * 4 + 1;
+    }
+}
+
+void CheckLuminanceRows() {
     std::mt19937 rng(13);
     struct Order { int bpp, r, g, b; };
     const Order orders[] = {{3, 0, 1, 2}, {3, 2, 1, 0}, {4, 0, 1, 2}, {4, 2, 1, 0}, {4, 3, 2, 1}, {4, 1, 2, 3}};
@@ -51,6 +85,20 @@ TEST(ToneKernels, LuminanceRowsMatchThePlainLoop) {
                 ASSERT_EQ(fast[0], 255);
             }
         }
+}
+
+// Every vector target this machine can run (the best one is chosen
+// otherwise, so the narrower ones would go untested).
+TEST(ToneKernels, MatchThePlainLoopsOnEveryTarget) {
+    for (int64_t target : hwy::SupportedAndGeneratedTargets()) {
+        hwy::SetSupportedTargetsForTest(target);
+        SCOPED_TRACE(hwy::TargetName(target));
+        CheckThreeTableLookups();
+        CheckOneTableLookups();
+        CheckLuminanceRows();
+        if (HasFailure()) break;
+    }
+    hwy::SetSupportedTargetsForTest(0);
 }
 
 }  // namespace

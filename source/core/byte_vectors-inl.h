@@ -21,6 +21,10 @@ namespace hn = hwy::HWY_NAMESPACE;
 // 128-bit block), its high nibble selects which piece's answer it keeps.
 template <class D, class V>
 HWY_INLINE V LookupPieces(D d, const uint8_t *HWY_RESTRICT table, V v) {
+#if HWY_TARGET == HWY_SCALAR
+    // One lane: a plain look-up (a 16-byte piece does not fit the lane).
+    return hn::Set(d, table[hn::GetLane(v)]);
+#else
     const auto lo = hn::And(v, hn::Set(d, 0x0F));
     const auto hi = hn::ShiftRight<4>(v);
     auto r = hn::TableLookupBytes(hn::LoadDup128(d, table), lo);
@@ -28,6 +32,7 @@ HWY_INLINE V LookupPieces(D d, const uint8_t *HWY_RESTRICT table, V v) {
         r = hn::IfThenElse(hn::Eq(hi, hn::Set(d, static_cast<uint8_t>(h))),
                            hn::TableLookupBytes(hn::LoadDup128(d, table + 16 * h), lo), r);
     return r;
+#endif
 }
 
 // (77 r + 150 g + 29 b) >> 8 per byte lane (the sum is at most 65 280).

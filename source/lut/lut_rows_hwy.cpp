@@ -21,8 +21,10 @@ void XorPattern(uint8_t *HWY_RESTRICT p, std::size_t bytes, uint8_t m3) {
     HWY_ALIGN uint8_t pattern[HWY_MAX_BYTES];
     for (std::size_t i = 0; i < N; ++i) pattern[i] = (i & 3) == 3 ? m3 : 0xFF;
     const auto mask = hn::Load(d, pattern);
+    // A one-lane target cannot hold the 4-byte pattern: plain loop only.
+    const std::size_t vec_bytes = N % 4 == 0 ? bytes : 0;
     std::size_t i = 0;
-    for (; i + N <= bytes; i += N) hn::StoreU(hn::Xor(hn::LoadU(d, p + i), mask), d, p + i);
+    for (; i + N <= vec_bytes; i += N) hn::StoreU(hn::Xor(hn::LoadU(d, p + i), mask), d, p + i);
     for (; i < bytes; ++i) p[i] ^= pattern[i & 3];
 }
 
@@ -40,8 +42,11 @@ void LutVec(uint8_t *HWY_RESTRICT p, std::size_t bytes, const uint8_t *HWY_RESTR
     const auto nibble = hn::Set(d, 0x0F);
     decltype(hn::Zero(d)) piece[16];
     for (int h = 0; h < 16; ++h) piece[h] = hn::LoadDup128(d, table + 16 * h);
+    // The pieces and the byte-3 pattern need whole 16-byte blocks: a
+    // one-lane target takes the plain loop.
+    const std::size_t vec_bytes = N % 16 == 0 ? bytes : 0;
     std::size_t i = 0;
-    for (; i + N <= bytes; i += N) {
+    for (; i + N <= vec_bytes; i += N) {
         const auto v = hn::LoadU(d, p + i);
         const auto lo = hn::And(v, nibble);
         const auto hi = hn::ShiftRight<4>(v);
