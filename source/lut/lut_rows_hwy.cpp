@@ -19,7 +19,7 @@ void XorPattern(uint8_t *HWY_RESTRICT p, std::size_t bytes, uint8_t m3) {
     const hn::ScalableTag<uint8_t> d;
     const std::size_t N = hn::Lanes(d);
     HWY_ALIGN uint8_t pattern[HWY_MAX_BYTES];
-    for (std::size_t i = 0; i < N; ++i) pattern[i] = (i & 3) == 3 ? m3 : 0xFF;
+    for (std::size_t i = 0; i < N || i < 4; ++i) pattern[i] = (i & 3) == 3 ? m3 : 0xFF;
     const auto mask = hn::Load(d, pattern);
     // A one-lane target cannot hold the 4-byte pattern: plain loop only.
     const std::size_t vec_bytes = N % 4 == 0 ? bytes : 0;
