@@ -1,6 +1,7 @@
 // The row kernels of the rank filters and the Gaussian blur against the
 // plain references, driven row by row over edge-extended rows built here.
 #include <gtest/gtest.h>
+#include <hwy/targets.h>
 
 #include <algorithm>
 #include <cstdlib>
@@ -76,7 +77,7 @@ void RunKernel(Kernel kind, const IMF_BITMAP &src, int n, IMF_BITMAP *out) {
     }
 }
 
-TEST(RankRows, KernelsMatchReferenceForEverySizeAndPixelWidth) {
+void CheckKernelsForEverySizeAndPixelWidth() {
     std::mt19937 rng(11);
     const unsigned types[] = {IMF_GREY, IMF_RGB, IMF_ARGB};
     const int widths[] = {1, 3, 37, 130};
@@ -106,7 +107,7 @@ TEST(RankRows, KernelsMatchReferenceForEverySizeAndPixelWidth) {
             }
 }
 
-TEST(RankRows, GaussianWithinOneOfTheReference) {
+void CheckGaussianWithinOne() {
     std::mt19937 rng(12);
     for (int n = 2; n <= 25; n += 1) {
         OwnedImf src, got, want;
@@ -119,6 +120,23 @@ TEST(RankRows, GaussianWithinOneOfTheReference) {
             ASSERT_LE(std::abs(int(got->Data[i]) - int(want->Data[i])), 1) << "n " << n << " byte " << i;
     }
 }
+
+// On every vector target this machine can run (the best one is chosen
+// otherwise, so the narrower ones would go untested).
+template <typename Check>
+void OnEveryTarget(Check check) {
+    for (int64_t target : hwy::SupportedAndGeneratedTargets()) {
+        hwy::SetSupportedTargetsForTest(target);
+        SCOPED_TRACE(hwy::TargetName(target));
+        check();
+        if (::testing::Test::HasFailure()) break;
+    }
+    hwy::SetSupportedTargetsForTest(0);
+}
+
+TEST(RankRows, KernelsMatchReferenceForEverySizeAndPixelWidth) { OnEveryTarget(CheckKernelsForEverySizeAndPixelWidth); }
+
+TEST(RankRows, GaussianWithinOneOfTheReference) { OnEveryTarget(CheckGaussianWithinOne); }
 
 TEST(RankRows, NetworksStayWithinTheirCapacity) {
     for (int n = 2; n <= 15; ++n) {
