@@ -466,6 +466,49 @@ void CheckExtract(fuzz::Input &in, OwnedImf *src) {
                        "extract channel %d pixel %d,%d", channel, x, y);
 }
 
+// The base library's copy, resampling and clipping on the same bitmaps: a
+// copied area holds the source's pixels, a resampled bitmap has the size
+// asked for, refusals make nothing.
+void CheckBaseServices(fuzz::Input &in, const OwnedImf &src, int w, int h) {
+    const fuzz::Area area = fuzz::MakeArea(in, w, h);
+    IMF_RECT rect{};
+    const TUword clip = imfGetClippingRect(&src.b, area.get(), &rect);
+    FUZZ_CHECK((clip == 0) == fuzz::AreaInside(area, w, h), "imfGetClippingRect gave %u", clip);
+    const fuzz::Snapshot before(src.b);
+    OwnedImf copy;
+    std::memset(copy.get(), 0, sizeof(IMF_BITMAP));
+    const IMF_ERROR rc = imfCopy(&src.b, copy.get(), area.get());
+    FUZZ_CHECK(before.Same(src.b), "imfCopy changed its source");
+    if (rc != IMF_NOERROR) {
+        FUZZ_CHECK(clip != 0 || !src.b.Data, "imfCopy refused (%u) a good area", rc);
+        FUZZ_CHECK(fuzz::AllZero(copy.get(), sizeof(IMF_BITMAP)), "refused imfCopy wrote its destination");
+    } else {
+        FUZZ_CHECK(clip == 0 && copy.b.Width == rect.width && copy.b.Height == rect.height, "imfCopy geometry");
+        for (int y = 0; y < rect.height; ++y)
+            for (int x = 0; x < rect.width; ++x) {
+                const TUbyte *s = src.b.Data + static_cast<long long>(y + rect.top) * src.b.BytesPerLine;
+                const TUbyte *d = copy.b.Data + static_cast<long long>(y) * copy.b.BytesPerLine;
+                if (src.b.Type == IMF_BINARY) {
+                    FUZZ_CHECK(imfGetBitAtBuffer(s, x + rect.left) == imfGetBitAtBuffer(d, x), "imfCopy bit %d,%d", x, y);
+                } else {
+                    const int bpp = src.b.BytesPerPixel;
+                    FUZZ_CHECK(std::memcmp(s + (x + rect.left) * bpp, d + x * bpp, bpp) == 0, "imfCopy pixel %d,%d", x, y);
+                }
+            }
+    }
+    static const TLong kOdd[] = {-1, 0, INT32_MIN, 1};
+    const TLong nw = in.Byte() % 8 == 0 ? in.Pick(kOdd) : in.Range(0, 80);
+    const TLong nh = in.Byte() % 8 == 0 ? in.Pick(kOdd) : in.Range(0, 80);
+    OwnedImf sized;
+    std::memset(sized.get(), 0, sizeof(IMF_BITMAP));
+    const IMF_ERROR rs = imfResize(&src.b, sized.get(), nw, nh, in.I32());
+    FUZZ_CHECK(before.Same(src.b), "imfResize changed its source");
+    if (rs == IMF_NOERROR)
+        FUZZ_CHECK(sized.b.Width == nw && sized.b.Height == nh && sized.b.Type == src.b.Type, "imfResize geometry");
+    else
+        FUZZ_CHECK(fuzz::AllZero(sized.get(), sizeof(IMF_BITMAP)), "refused imfResize wrote its destination");
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
@@ -478,6 +521,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     const int mode = in.Byte() % 16;
     if (mode == 0) return CheckHistogramsAndCount(in, src.b), 0;
     if (mode == 1) return CheckExtract(in, &src), 0;
+    if (mode == 2) return CheckBaseServices(in, src, w, h), 0;
 
     Op op = PickOp(in);
     const fuzz::Area area = fuzz::MakeArea(in, w, h);
