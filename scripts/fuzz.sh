@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # Builds the libFuzzer harnesses (tests/fuzz/*_fuzzer.cpp) with clang,
 # AddressSanitizer and UndefinedBehaviorSanitizer, and runs each one for a
-# bounded time from its committed seed corpus (tests/fuzz/corpus/<name>/,
-# copied to a scratch directory so that runs never grow the repository).
+# bounded time from its committed seed corpus (tests/fuzz/corpus/<name>/, with
+# or without the _fuzzer suffix; copied to a scratch directory so that runs
+# never grow the repository).
 # Usage: scripts/fuzz.sh [seconds-per-fuzzer] [build-dir]
 # Exits non-zero on the first finding; the crashing input is left in
 # <build-dir>/findings/<name>/.
@@ -20,7 +21,9 @@ for source in tests/fuzz/*_fuzzer.cpp; do
   name=$(basename "$source" .cpp)
   corpus="$scratch/$name"
   mkdir -p "$corpus" "$build/findings/$name"
-  if [ -d "tests/fuzz/corpus/$name" ]; then cp -r "tests/fuzz/corpus/$name/." "$corpus/"; fi
+  for seeds in "tests/fuzz/corpus/$name" "tests/fuzz/corpus/${name%_fuzzer}"; do
+    if [ -d "$seeds" ]; then cp -r "$seeds/." "$corpus/"; fi
+  done
   echo "== $name: ${seconds}s from $(find "$corpus" -type f | wc -l) seeds"
   start=$(date +%s)
   log="$build/findings/$name/log.txt"

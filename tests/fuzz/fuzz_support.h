@@ -95,6 +95,13 @@ private:
     const uint8_t *p_, *end_;
 };
 
+// The top bit of the input's last byte switches the vector paths off
+// (IMGE_FORCE_SCALAR, read at every call), so both paths meet the
+// references; the byte is still read as usual.
+inline void ChoosePaths(const uint8_t *data, size_t size) {
+    setenv("IMGE_FORCE_SCALAR", size && (data[size - 1] & 0x80) ? "1" : "0", 1);
+}
+
 // The ten types the pixel code handles, and a few it must refuse.
 inline unsigned AnyType(Input &in) {
     static const unsigned kOdd[] = {IMF_RGB16, IMF_RGBA32F, 0, IMF_RGB | IMF_GREY, 0x8000};
