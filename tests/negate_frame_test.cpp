@@ -95,6 +95,25 @@ TEST(Lut, ColourMapChangesOnlyUsedEntriesAndKeepsIndicesAndAlpha) {
     EXPECT_EQ(b->ColorMap->HasAlpha, before->ColorMap->HasAlpha);
 }
 
+// The source passed as its own destination works in place: the palette and
+// pixels are read before anything is written, and no buffer is lost.
+TEST(Lut, SourceAsItsOwnDestinationWorksInPlace) {
+    std::mt19937 rng(6);
+    for (unsigned type : {IMF_COLORS, IMF_GREY, IMF_RGBA}) {
+        OwnedImf b, want;
+        testing_support::MakeRandom(rng, type, 9, 4, 2, &b);
+        testing_support::Clone(*b.get(), &want);
+        ASSERT_EQ(imfNegate(want.get(), nullptr, nullptr), IMF_NOERROR);
+        const TUbyte *data = b->Data;
+        ASSERT_EQ(imfNegate(b.get(), b.get(), nullptr), IMF_NOERROR);
+        EXPECT_EQ(b->Data, data);
+        EXPECT_EQ(testing_support::Diff(*b.get(), *want.get()), "") << testing_support::TypeName(type);
+        const TUbyte table[256] = {7};
+        ASSERT_EQ(imfApplyLut(b.get(), b.get(), nullptr, table), IMF_NOERROR);
+        EXPECT_EQ(b->Data, data);
+    }
+}
+
 TEST(Lut, IdentityTableAndEmptyAreaChangeNothing) {
     std::mt19937 rng(2);
     for (unsigned type : testing_support::kByteTypes) {

@@ -258,6 +258,21 @@ TEST(ToneTables, RefusalsChangeNothing) {
     EXPECT_EQ(imfBrightness(nullptr, nullptr, nullptr, 9), IMF_ERRBADPARAMS);
 }
 
+// Levels at the ends of the 32-bit range: v - low is taken in 64 bits.
+TEST(ToneTables, LevelsWithExtremeBounds) {
+    OwnedImf b;
+    ASSERT_NE(imfAllock(b.get(), IMF_GREY, 1, 4, 1), 0);
+    const TUbyte px[4] = {0, 1, 128, 255};
+    std::memcpy(b->Data, px, 4);
+    // 255 * (v + 2^31) / (2^32 - 1) is 127.5 and a little more: 127 everywhere.
+    ASSERT_EQ(imfLevels(b.get(), nullptr, nullptr, INT32_MIN, INT32_MAX), IMF_NOERROR);
+    for (int i = 0; i < 4; ++i) EXPECT_EQ(b->Data[i], 127) << i;
+    std::memcpy(b->Data, px, 4);
+    ASSERT_EQ(imfLevels(b.get(), nullptr, nullptr, INT32_MIN, 256), IMF_NOERROR);
+    // 255 * (v + 2^31) / (2^31 + 256) stays just below 255 for every v up to 255.
+    for (int i = 0; i < 4; ++i) EXPECT_EQ(b->Data[i], 254) << i;
+}
+
 TEST(ToneTables, ColourMappedChangesThePaletteOnly) {
     std::mt19937 rng(8);
     OwnedImf src, before;

@@ -37,7 +37,7 @@ void CopyPixels(const IMF_BITMAP *src, IMF_BITMAP *dst) {
 IMF_ERROR PrepareTarget(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, bool copy_palette,
                         IMF_BITMAP **target, IMF_RECT *rect) {
     if (imfGetClippingRect(src, area, rect)) return IMF_ERRBADPARAMS;
-    if (!dst) {
+    if (!dst || dst == src) {  // the source as its own destination: in place
         *target = src;
         return IMF_NOERROR;
     }
@@ -49,7 +49,7 @@ IMF_ERROR PrepareTarget(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, 
 }
 
 void HandOver(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_BITMAP *fresh) {
-    if (dst) {
+    if (dst && dst != src) {
         *dst = *fresh;
         return;
     }

@@ -18,12 +18,13 @@ void CopyPixels(const IMF_BITMAP *src, IMF_BITMAP *dst);
 // Prepares the target of an operation that rewrites pixels where they are:
 // resolves the area into *rect (IMF_ERRBADPARAMS when refused, nothing done);
 // with a destination, makes it a full copy of src (IMF_ERRMEMORY on failure)
-// and returns it in *target; without one *target is src.
+// and returns it in *target; without one, or when dst is src, *target is src.
 IMF_ERROR PrepareTarget(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, bool copy_palette,
                         IMF_BITMAP **target, IMF_RECT *rect);
 
 // Hands `fresh` (a bitmap computed from src) over: into *dst when dst is
-// given; otherwise src's buffers are released and src becomes `fresh`.
+// given (and not src); otherwise src's buffers are released and src becomes
+// `fresh`.
 void HandOver(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_BITMAP *fresh);
 
 }  // namespace imge

@@ -48,8 +48,9 @@ void LevelsTable(TUbyte t[256], TLong low, TLong high) {
     for (int v = 0; v < 256; ++v) {
         if (v <= low) t[v] = 0;
         else if (v >= high) t[v] = 255;
-        // Here low < v < high, so high - low >= 2 and the product stays small.
-        else t[v] = static_cast<TUbyte>((255LL * (v - low)) / (static_cast<long long>(high) - low));
+        // Here low < v < high, so high - low >= 2; both differences in 64
+        // bits (v - low alone passes the 32-bit range for low near INT32_MIN).
+        else t[v] = static_cast<TUbyte>((255LL * (v - static_cast<long long>(low))) / (static_cast<long long>(high) - low));
     }
 }
 

@@ -232,6 +232,10 @@ void PolygonT(IMG_BITMAP *b, const IMG_POINT *points, int32_t n, const IMG_UINT8
         if (n == 4 && p[0].x == p[3].x && p[1].x == p[2].x && p[0].y == p[1].y && p[2].y == p[3].y) {
             int32_t xa = p[0].x < p[1].x ? p[0].x : p[1].x, xb = p[0].x < p[1].x ? p[1].x : p[0].x;
             int32_t ya = p[0].y < p[2].y ? p[0].y : p[2].y, yb = p[0].y < p[2].y ? p[2].y : p[0].y;
+            if (sizeof(I) > 4) {  // as below: only the rows that can show
+                ya = std::max<int32_t>(ya, -1);
+                yb = std::min<int32_t>(yb, b->Height);
+            }
             for (int32_t y = ya; y <= yb; ++y) DrawHorizontalLine(b, xa, y, xb, fill);
         } else {
             int32_t ymin = points[0].y, ymax = points[0].y;

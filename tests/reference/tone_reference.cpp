@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "libtools.h"
 #include "reference/lut_reference.h"
 
 namespace reference {
@@ -22,6 +23,9 @@ void RgbAt(unsigned type, int *r, int *g, int *b) {
 }
 
 int ChannelCount(const IMF_BITMAP &b) { return b.BytesPerPixel == 4 ? 3 : b.BytesPerPixel; }
+
+// An empty bitmap has no statistics: the corrections leave it as it is.
+bool NoPixels(const IMF_BITMAP &b) { return b.Width == 0 || b.Height == 0; }
 
 void MarkLevels(IMF_BITMAP *target) {
     if (target->Type == IMF_BINARY || target->Type == IMF_GREY || target->Type == IMF_COLORS) target->ColorUsed = 256;
@@ -99,7 +103,7 @@ void LogTable(TUbyte t[256]) {
 
 void LevelsTable(TUbyte t[256], long low, long high) {
     for (int v = 0; v < 256; ++v)
-        t[v] = v <= low ? 0 : v >= high ? 255 : static_cast<TUbyte>((255 * (v - low)) / (high - low));
+        t[v] = v <= low ? 0 : v >= high ? 255 : static_cast<TUbyte>((255LL * (v - static_cast<long long>(low))) / (static_cast<long long>(high) - low));
 }
 
 void PosterizeTable(TUbyte t[256], long levels) {
@@ -180,6 +184,10 @@ void LuminanceHistogram(const IMF_BITMAP &b, TUlong hist[256]) {
     RgbAt(b.Type, &r, &g, &bl);
     for (int y = 0; y < b.Height; ++y)
         for (int x = 0; x < b.Width; ++x) {
+            if (b.Type == IMF_BINARY) {  // each bit counts as 0 or 255
+                ++hist[imfGetBitAtBuffer(b.Data + static_cast<long long>(y) * b.BytesPerLine, x) ? 255 : 0];
+                continue;
+            }
             const TUbyte *p = PixelAt(b, x, y);
             if (b.BytesPerPixel == 1) ++hist[p[0]];
             else ++hist[(77 * p[r] + 150 * p[g] + 29 * p[bl]) >> 8];
@@ -215,10 +223,12 @@ void ComponentHistogram(const IMF_BITMAP &b, TUlong hist[4 * 256]) {
 }
 
 void Equalize(const IMF_BITMAP &src, IMF_BITMAP *target, const IMF_RECT &rect) {
+    if (NoPixels(src)) return;
     PerChannel(src, target, rect, true, false);
 }
 
 void EqualizeOnLuminance(const IMF_BITMAP &src, IMF_BITMAP *target, const IMF_RECT &rect) {
+    if (NoPixels(src)) return;
     TUlong hist[256];
     LuminanceHistogram(src, hist);
     TUbyte table[256];
@@ -228,10 +238,12 @@ void EqualizeOnLuminance(const IMF_BITMAP &src, IMF_BITMAP *target, const IMF_RE
 }
 
 void AutoLevels(const IMF_BITMAP &src, IMF_BITMAP *target, const IMF_RECT &rect) {
+    if (NoPixels(src)) return;
     PerChannel(src, target, rect, false, true);
 }
 
 void Normalize(const IMF_BITMAP &src, IMF_BITMAP *target, const IMF_RECT &rect) {
+    if (NoPixels(src)) return;
     PerChannel(src, target, rect, false, false);
 }
 
@@ -253,6 +265,7 @@ void AutoContrastParameters(const IMF_BITMAP &src, long *brightness, long *contr
 }
 
 void AutoContrast(const IMF_BITMAP &src, IMF_BITMAP *target, const IMF_RECT &rect) {
+    if (NoPixels(src)) return;
     long b, c;
     AutoContrastParameters(src, &b, &c);
     TUbyte table[256];
