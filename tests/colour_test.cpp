@@ -185,6 +185,22 @@ void CheckExtraction(unsigned seed) {
 
 TEST(ChannelOps, ExtractChannelGivesTheSelectedPlane) { CheckExtraction(3); }
 
+// The source passed as its own destination is worked in place: same
+// buffer, same bytes as a null destination, nothing replaced or leaked.
+TEST(ChannelOps, ShadowHighlightWithTheSourceAsDestinationWorksInPlace) {
+    std::mt19937 rng(77);
+    for (unsigned type : {IMF_GREY, IMF_RGB, IMF_BGRA}) {
+        OwnedImf b, want;
+        MakeRandom(rng, type, 13, 5, 4, &b);
+        Clone(*b.get(), &want);
+        ASSERT_EQ(imfAdjustShadowHighlight(want.get(), nullptr, nullptr, 60, -40), IMF_NOERROR);
+        const TUbyte *data = b->Data;
+        ASSERT_EQ(imfAdjustShadowHighlight(b.get(), b.get(), nullptr, 60, -40), IMF_NOERROR);
+        EXPECT_EQ(b->Data, data);
+        EXPECT_EQ(Diff(*b.get(), *want.get()), "") << TypeName(type);
+    }
+}
+
 TEST(ChannelOps, ShadowHighlightStatedValues) {
     // s = 30 maps 50 to 26; s = -30 maps 50 to 64; h = 50 maps 200 to 246 and
     // 205..255 to 255; h = -50 maps 200 to 179 (grey: each byte its own class).

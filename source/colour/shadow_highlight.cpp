@@ -70,7 +70,7 @@ IMF_ERROR imfAdjustShadowHighlight(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_R
     if (imfGetClippingRect(src, area, &r)) return IMF_ERRBADPARAMS;
     const int bpp = src->BytesPerPixel;
     IMF_BITMAP *target = src;
-    if (dst) {
+    if (dst && dst != src) {  // the source as its own destination works in place
         IMF_ERROR rc = imge::AllocateLike(src, dst, false);
         if (rc != IMF_NOERROR) return rc;
         target = dst;
