@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -22,6 +23,10 @@ struct Config {
     std::string name;
     JpegSpec spec;
 };
+
+// Test names and failure messages show the configuration's name (GoogleTest
+// would otherwise dump the record's bytes, padding included).
+void PrintTo(const Config &c, std::ostream *os) { *os << c.name; }
 
 Bytes Payload(size_t n, uint8_t seed) {
     Bytes b(n);
