@@ -16,7 +16,7 @@
 #include "support/exif_block.h"
 
 using testing_support::ExifLayout;
-using testing_support::ExifSpec;
+using testing_support::ExifRecipe;
 using testing_support::FakeJpeg;
 using testing_support::MakeExifBlock;
 
@@ -36,12 +36,12 @@ IMF_METADATAENTRY EntryOf(std::vector<uint8_t> &block) { return EntryOf(block, b
 class ByteOrder : public testing::TestWithParam<bool> {};
 
 TEST_P(ByteOrder, OrientationIsReadAndRewrittenInTheBlocksOrder) {
-    ExifSpec spec;
-    spec.big_endian = GetParam();
-    spec.orientation = 6;
-    spec.filler_entries = 3;
+    ExifRecipe recipe;
+    recipe.big_endian = GetParam();
+    recipe.orientation = 6;
+    recipe.filler_entries = 3;
     ExifLayout at;
-    std::vector<uint8_t> block = MakeExifBlock(spec, &at);
+    std::vector<uint8_t> block = MakeExifBlock(recipe, &at);
     const std::vector<uint8_t> before = block;
     IMF_METADATAENTRY e = EntryOf(block);
     int o = 0;
@@ -64,17 +64,17 @@ TEST_P(ByteOrder, OrientationIsReadAndRewrittenInTheBlocksOrder) {
 }
 
 TEST_P(ByteOrder, ThumbnailIsFoundWithItsSizeAndOrientation) {
-    ExifSpec spec;
-    spec.big_endian = GetParam();
-    spec.orientation = 8;
-    spec.thumbnail = FakeJpeg(300);
-    spec.thumb_orientation = 8;
-    spec.thumb_width = 160;
-    spec.thumb_height = 120;
-    spec.pixel_width = 4000;
-    spec.pixel_height = 3000;
+    ExifRecipe recipe;
+    recipe.big_endian = GetParam();
+    recipe.orientation = 8;
+    recipe.thumbnail = FakeJpeg(300);
+    recipe.thumb_orientation = 8;
+    recipe.thumb_width = 160;
+    recipe.thumb_height = 120;
+    recipe.pixel_width = 4000;
+    recipe.pixel_height = 3000;
     ExifLayout at;
-    std::vector<uint8_t> block = MakeExifBlock(spec, &at);
+    std::vector<uint8_t> block = MakeExifBlock(recipe, &at);
     EXIFThumbInfo info;
     ASSERT_NE(EXIFThumbGet(block.data(), static_cast<TLong>(block.size()), &info), 0);
     EXPECT_EQ(info.Offset, at.thumb_offset);
@@ -94,10 +94,10 @@ TEST_P(ByteOrder, ThumbnailIsFoundWithItsSizeAndOrientation) {
 }
 
 TEST_P(ByteOrder, ThumbnailWithoutSizeOrOrientationEntries) {
-    ExifSpec spec;
-    spec.big_endian = GetParam();
-    spec.thumbnail = FakeJpeg(64);
-    std::vector<uint8_t> block = MakeExifBlock(spec);
+    ExifRecipe recipe;
+    recipe.big_endian = GetParam();
+    recipe.thumbnail = FakeJpeg(64);
+    std::vector<uint8_t> block = MakeExifBlock(recipe);
     EXIFThumbInfo info;
     ASSERT_NE(EXIFThumbGet(block.data(), static_cast<TLong>(block.size()), &info), 0);
     EXPECT_EQ(info.Width, 0u);
@@ -118,9 +118,9 @@ INSTANTIATE_TEST_SUITE_P(Exif, ByteOrder, testing::Values(false, true),
                          });
 
 TEST(Exif, BlockWithoutIdentifierIsReadAsPlainTiff) {
-    ExifSpec spec;
-    spec.orientation = 3;
-    std::vector<uint8_t> block = MakeExifBlock(spec);
+    ExifRecipe recipe;
+    recipe.orientation = 3;
+    std::vector<uint8_t> block = MakeExifBlock(recipe);
     block.erase(block.begin(), block.begin() + 6);
     IMF_METADATAENTRY e = EntryOf(block);
     int o = 0;
@@ -129,9 +129,9 @@ TEST(Exif, BlockWithoutIdentifierIsReadAsPlainTiff) {
 }
 
 TEST(Exif, SetOrientationRefusesValuesOutsideOneToEight) {
-    ExifSpec spec;
-    spec.orientation = 6;
-    std::vector<uint8_t> block = MakeExifBlock(spec);
+    ExifRecipe recipe;
+    recipe.orientation = 6;
+    std::vector<uint8_t> block = MakeExifBlock(recipe);
     const std::vector<uint8_t> before = block;
     IMF_METADATAENTRY e = EntryOf(block);
     for (int bad : {0, 9, -1, 65537}) EXPECT_EQ(EXIFSetOrientation(&e, bad), 0) << bad;
@@ -140,7 +140,7 @@ TEST(Exif, SetOrientationRefusesValuesOutsideOneToEight) {
 
 TEST(Exif, NullAndEmptyArgumentsGiveZero) {
     int o = 0;
-    std::vector<uint8_t> block = MakeExifBlock(ExifSpec{});
+    std::vector<uint8_t> block = MakeExifBlock(ExifRecipe{});
     IMF_METADATAENTRY e = EntryOf(block);
     EXPECT_EQ(EXIFGetOrientation(nullptr, &o), 0);
     EXPECT_EQ(EXIFGetOrientation(&e, nullptr), 0);
@@ -160,15 +160,15 @@ TEST(Exif, NullAndEmptyArgumentsGiveZero) {
 // length (ASan watches the heap copy) and may only report what fits.
 TEST(Exif, TruncatedBlocksNeverReadPastTheirLength) {
     for (bool big : {false, true}) {
-        ExifSpec spec;
-        spec.big_endian = big;
-        spec.orientation = 6;
-        spec.thumbnail = FakeJpeg(40);
-        spec.thumb_orientation = 6;
-        spec.thumb_width = 8;
-        spec.thumb_height = 8;
+        ExifRecipe recipe;
+        recipe.big_endian = big;
+        recipe.orientation = 6;
+        recipe.thumbnail = FakeJpeg(40);
+        recipe.thumb_orientation = 6;
+        recipe.thumb_width = 8;
+        recipe.thumb_height = 8;
         ExifLayout at;
-        const std::vector<uint8_t> full = MakeExifBlock(spec, &at);
+        const std::vector<uint8_t> full = MakeExifBlock(recipe, &at);
         for (size_t n = 0; n <= full.size(); ++n) {
             std::vector<uint8_t> cut(full.begin(), full.begin() + long(n));
             cut.shrink_to_fit();
@@ -184,10 +184,10 @@ TEST(Exif, TruncatedBlocksNeverReadPastTheirLength) {
 }
 
 TEST(Exif, ThumbnailOutsideTheBlockOrNotJpegIsRefused) {
-    ExifSpec spec;
-    spec.thumbnail = FakeJpeg(50);
+    ExifRecipe recipe;
+    recipe.thumbnail = FakeJpeg(50);
     ExifLayout at;
-    const std::vector<uint8_t> good = MakeExifBlock(spec, &at);
+    const std::vector<uint8_t> good = MakeExifBlock(recipe, &at);
     EXIFThumbInfo info;
     // Length entry one byte too long.
     std::vector<uint8_t> b = good;
@@ -206,11 +206,11 @@ TEST(Exif, ThumbnailOutsideTheBlockOrNotJpegIsRefused) {
 }
 
 TEST(Exif, SelfLinkedDirectoryIsNotTakenForTheThumbnail) {
-    ExifSpec spec;
-    spec.orientation = 1;
-    spec.thumbnail = FakeJpeg(20);
+    ExifRecipe recipe;
+    recipe.orientation = 1;
+    recipe.thumbnail = FakeJpeg(20);
     ExifLayout at;
-    std::vector<uint8_t> b = MakeExifBlock(spec, &at);
+    std::vector<uint8_t> b = MakeExifBlock(recipe, &at);
     // IFD0 (at TIFF offset 8) names itself as the next directory.
     b[at.next_ifd_link] = 8;
     b[at.next_ifd_link + 1] = b[at.next_ifd_link + 2] = b[at.next_ifd_link + 3] = 0;
@@ -219,9 +219,9 @@ TEST(Exif, SelfLinkedDirectoryIsNotTakenForTheThumbnail) {
 }
 
 TEST(Exif, HugeEntryCountIsBoundedByTheBlock) {
-    ExifSpec spec;
-    spec.orientation = 6;
-    std::vector<uint8_t> b = MakeExifBlock(spec);
+    ExifRecipe recipe;
+    recipe.orientation = 6;
+    std::vector<uint8_t> b = MakeExifBlock(recipe);
     b[6 + 8] = 0xFF;  // IFD0 entry count (Intel order) = 0x..FF
     b[6 + 9] = 0xFF;
     IMF_METADATAENTRY e = EntryOf(b);
@@ -234,11 +234,11 @@ TEST(Exif, HugeEntryCountIsBoundedByTheBlock) {
 
 TEST(Exif, RandomBytesAndMutatedBlocksNeverCrash) {
     std::mt19937 rng(1234);
-    ExifSpec spec;
-    spec.orientation = 6;
-    spec.thumbnail = FakeJpeg(30);
-    spec.thumb_orientation = 3;
-    const std::vector<uint8_t> good = MakeExifBlock(spec);
+    ExifRecipe recipe;
+    recipe.orientation = 6;
+    recipe.thumbnail = FakeJpeg(30);
+    recipe.thumb_orientation = 3;
+    const std::vector<uint8_t> good = MakeExifBlock(recipe);
     for (int round = 0; round < 3000; ++round) {
         std::vector<uint8_t> b = good;
         if (round % 3 == 0) {

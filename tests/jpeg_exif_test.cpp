@@ -34,14 +34,14 @@ Photo MakePhoto(int orientation, bool big, int thumb_orientation = 6, bool tight
                 bool jfif_first = false) {
     Photo p;
     p.big = big;
-    JpegSpec t;
+    JpegRecipe t;
     t.width = tight_thumb ? 48 : 44;
     t.height = tight_thumb ? 32 : 30;
     t.seed = 7;
     t.optimize = tight_thumb;
     t.jfif = false;
     p.thumb = MakeJpeg(t);
-    ExifSpec e;
+    ExifRecipe e;
     e.big_endian = big;
     e.orientation = orientation;
     e.thumbnail = p.thumb;
@@ -51,7 +51,7 @@ Photo MakePhoto(int orientation, bool big, int thumb_orientation = 6, bool tight
     e.pixel_width = 91;
     e.pixel_height = 67;
     e.filler_entries = 2;
-    JpegSpec s;
+    JpegRecipe s;
     s.width = 91;
     s.height = 67;
     s.jfif = jfif_first;

@@ -21,7 +21,7 @@ namespace {
 
 struct Config {
     std::string name;
-    JpegSpec spec;
+    JpegRecipe recipe;
 };
 
 // Test names and failure messages show the configuration's name (GoogleTest
@@ -47,36 +47,36 @@ std::vector<Config> Configs() {
     unsigned seed = 1;
     for (const auto &s : samplings)
         for (const auto &z : sizes) {
-            JpegSpec spec;
-            spec.width = z.w;
-            spec.height = z.h;
-            spec.sampling = s.s;
-            spec.seed = seed++;
-            out.push_back({std::string(s.name) + "_" + std::to_string(z.w) + "x" + std::to_string(z.h), spec});
+            JpegRecipe recipe;
+            recipe.width = z.w;
+            recipe.height = z.h;
+            recipe.sampling = s.s;
+            recipe.seed = seed++;
+            out.push_back({std::string(s.name) + "_" + std::to_string(z.w) + "x" + std::to_string(z.h), recipe});
         }
-    JpegSpec r;
+    JpegRecipe r;
     r.width = 130;
     r.height = 97;
     r.restart_rows = 1;
     out.push_back({"420_restarts", r});
-    JpegSpec p;
+    JpegRecipe p;
     p.width = 67;
     p.height = 45;
     p.sampling = Sampling::k422;
     p.progressive = true;
     out.push_back({"422_progressive", p});
-    JpegSpec m;
+    JpegRecipe m;
     m.width = 71;
     m.height = 53;
     m.markers = {{0xFE, Payload(40, 3)},  {0xE2, Payload(300, 9)}, {0xED, Payload(1000, 1)},
                  {0xFE, Payload(1, 0)},   {0xEF, Payload(65533, 5)}};
     out.push_back({"420_markers", m});
-    JpegSpec n = m;
+    JpegRecipe n = m;
     n.jfif = false;
     n.sampling = Sampling::k444;
     n.markers.insert(n.markers.begin(), {0xE0, Bytes{'J', 'F', 'X', 'X', 0, 1, 2}});
     out.push_back({"444_no_jfif_other_app0", n});
-    JpegSpec k;
+    JpegRecipe k;
     k.width = 37;
     k.height = 29;
     k.sampling = Sampling::kCmyk;
@@ -96,7 +96,7 @@ class Oracle : public testing::TestWithParam<Config> {
     void SetUp() override {
         if (!HaveProgram("jpegtran")) GTEST_SKIP() << "jpegtran not installed";
         src_ = dir_.File("src.jpg");
-        WriteFileBytes(src_, MakeJpeg(GetParam().spec));
+        WriteFileBytes(src_, MakeJpeg(GetParam().recipe));
         ASSERT_TRUE(ReadJpegInfo(ReadFileBytes(src_)).ok);
     }
     // Our file and jpegtran's for the same request; true when identical.
@@ -137,7 +137,7 @@ TEST_P(Oracle, EveryTransformWithAndWithoutTrimIsJpegtransFile) {
 }
 
 TEST_P(Oracle, CropsAndCropsOfTransformedPicturesAreJpegtransFiles) {
-    const JpegSpec &s = GetParam().spec;
+    const JpegRecipe &s = GetParam().recipe;
     struct Rect {
         long x, y, w, h;
     };

@@ -20,7 +20,7 @@ using namespace testing_support;
 namespace {
 
 Bytes SmallJpeg(unsigned seed = 3) {
-    JpegSpec s;
+    JpegRecipe s;
     s.width = 75;
     s.height = 50;
     s.seed = seed;
@@ -121,7 +121,7 @@ TEST_F(Replace, AFullDiskGivesFailureNeverATruncatedFile) {
     }
     // In place on a small file system that holds the source but not a
     // second copy of it.
-    JpegSpec big;
+    JpegRecipe big;
     big.width = 400;
     big.height = 300;
     big.sampling = Sampling::k444;

@@ -35,13 +35,13 @@ void SourceOf(int t, int x, int y, int sw, int sh, int *sx, int *sy) {
 TEST(CoefficientTransforms, DecodedPixelsMoveAsThePlainPixelTransformSays) {
     TempDir dir;
     for (Sampling s : {Sampling::kGrey, Sampling::k444}) {
-        JpegSpec spec;
-        spec.width = 48;  // whole blocks: every block moves
-        spec.height = 32;
-        spec.sampling = s;
-        spec.quality = 95;
+        JpegRecipe recipe;
+        recipe.width = 48;  // whole blocks: every block moves
+        recipe.height = 32;
+        recipe.sampling = s;
+        recipe.quality = 95;
         const std::string src = dir.File("src.jpg");
-        WriteFileBytes(src, MakeJpeg(spec));
+        WriteFileBytes(src, MakeJpeg(recipe));
         int sw, sh, sc;
         const Bytes in = DecodeJpeg(ReadFileBytes(src), &sw, &sh, &sc);
         ASSERT_FALSE(in.empty());
@@ -74,20 +74,20 @@ TEST(CoefficientTransforms, DecodedPixelsMoveAsThePlainPixelTransformSays) {
     }
 }
 
-Bytes Tiff(const ExifSpec &spec) {
-    Bytes b = MakeExifBlock(spec);
+Bytes Tiff(const ExifRecipe &recipe) {
+    Bytes b = MakeExifBlock(recipe);
     return Bytes(b.begin() + 6, b.end());
 }
 
 TEST(ExifDimensions, WidthAndHeightBecome32BitValuesInTheBlocksOrder) {
     for (bool big : {false, true}) {
-        ExifSpec spec;
-        spec.big_endian = big;
-        spec.orientation = 6;
-        spec.filler_entries = 3;
-        spec.pixel_width = 4000;
-        spec.pixel_height = 3000;
-        Bytes t = Tiff(spec);
+        ExifRecipe recipe;
+        recipe.big_endian = big;
+        recipe.orientation = 6;
+        recipe.filler_entries = 3;
+        recipe.pixel_width = 4000;
+        recipe.pixel_height = 3000;
+        Bytes t = Tiff(recipe);
         const Bytes before = t;
         jx::SetExifDimensions(t.data(), t.size(), 70000, 17);
         // Sub-directory: after the header (8), IFD0 (2 + 5 * 12 + 4).
@@ -106,10 +106,10 @@ TEST(ExifDimensions, WidthAndHeightBecome32BitValuesInTheBlocksOrder) {
 }
 
 TEST(ExifDimensions, ShortEntriesAreWidenedAndDamagedBlocksLeftAlone) {
-    ExifSpec spec;
-    spec.pixel_width = 640;
-    spec.pixel_height = 480;
-    Bytes t = Tiff(spec);
+    ExifRecipe recipe;
+    recipe.pixel_width = 640;
+    recipe.pixel_height = 480;
+    Bytes t = Tiff(recipe);
     const size_t sub = 8 + 2 + 1 * 12 + 4;
     t[sub + 2 + 2] = 3;  // 0xA002 as SHORT
     t[sub + 2 + 8] = 0x80;
@@ -124,7 +124,7 @@ TEST(ExifDimensions, ShortEntriesAreWidenedAndDamagedBlocksLeftAlone) {
 
     // Every shorter length: nothing at or beyond the length is touched, and
     // nothing is changed unless the whole entry lies inside.
-    const Bytes whole = Tiff(spec);
+    const Bytes whole = Tiff(recipe);
     for (size_t n = 0; n <= whole.size(); ++n) {
         Bytes copy = whole;
         jx::SetExifDimensions(copy.data(), n, 1, 2);

@@ -26,17 +26,17 @@ std::vector<uint8_t> MakeBlock(fuzz::Input &in) {
         while (in.Left()) raw.push_back(in.Byte());
         return raw;
     }
-    testing_support::ExifSpec spec;
-    spec.big_endian = in.Coin();
-    spec.orientation = in.Range(0, 9);
-    if (in.Coin()) spec.thumbnail = testing_support::FakeJpeg(static_cast<size_t>(in.Range(2, 40)));
-    spec.thumb_orientation = in.Range(0, 9);
-    spec.thumb_width = in.Coin() ? in.U32() : 0;
-    spec.thumb_height = in.Coin() ? in.U32() : 0;
-    spec.pixel_width = in.Coin() ? in.Range(0, 5000) : 0;
-    spec.pixel_height = in.Coin() ? in.Range(0, 5000) : 0;
-    spec.filler_entries = in.Range(0, 4);
-    std::vector<uint8_t> block = testing_support::MakeExifBlock(spec);
+    testing_support::ExifRecipe recipe;
+    recipe.big_endian = in.Coin();
+    recipe.orientation = in.Range(0, 9);
+    if (in.Coin()) recipe.thumbnail = testing_support::FakeJpeg(static_cast<size_t>(in.Range(2, 40)));
+    recipe.thumb_orientation = in.Range(0, 9);
+    recipe.thumb_width = in.Coin() ? in.U32() : 0;
+    recipe.thumb_height = in.Coin() ? in.U32() : 0;
+    recipe.pixel_width = in.Coin() ? in.Range(0, 5000) : 0;
+    recipe.pixel_height = in.Coin() ? in.Range(0, 5000) : 0;
+    recipe.filler_entries = in.Range(0, 4);
+    std::vector<uint8_t> block = testing_support::MakeExifBlock(recipe);
     // A few changed bytes, and sometimes a cut.
     const int edits = in.Range(0, 6);
     for (int i = 0; i < edits && !block.empty(); ++i) block[in.Range(0, 0xFFFF) % block.size()] = in.Byte();

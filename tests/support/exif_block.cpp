@@ -36,7 +36,7 @@ struct Writer {
 
 }  // namespace
 
-std::vector<uint8_t> MakeExifBlock(const ExifSpec &s, ExifLayout *layout) {
+std::vector<uint8_t> MakeExifBlock(const ExifRecipe &s, ExifLayout *layout) {
     std::vector<uint8_t> out = {'E', 'x', 'i', 'f', 0, 0};
     Writer w{out, 6, s.big_endian};
     size_t h = w.Grow(8);

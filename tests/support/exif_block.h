@@ -9,7 +9,7 @@
 
 namespace testing_support {
 
-struct ExifSpec {
+struct ExifRecipe {
     bool big_endian = false;
     int orientation = 0;            // 0: no orientation entry in IFD0
     std::vector<uint8_t> thumbnail; // empty: no IFD1
@@ -28,7 +28,7 @@ struct ExifLayout {
     size_t next_ifd_link = 0;       // offset of IFD0's next-IFD link
 };
 
-std::vector<uint8_t> MakeExifBlock(const ExifSpec &spec, ExifLayout *layout = nullptr);
+std::vector<uint8_t> MakeExifBlock(const ExifRecipe &recipe, ExifLayout *layout = nullptr);
 
 // A stand-in JPEG stream: SOI, a few filler bytes, EOI.
 std::vector<uint8_t> FakeJpeg(size_t size);

@@ -26,7 +26,7 @@ struct Failure {
 void Quiet(j_common_ptr, int) {}
 
 // Photo-like pixels: a smooth gradient, a few hard edges and noise.
-Bytes Pixels(const JpegSpec &s, int components) {
+Bytes Pixels(const JpegRecipe &s, int components) {
     std::mt19937 rng(s.seed);
     std::uniform_int_distribution<int> noise(-12, 12);
     Bytes px(size_t(s.width) * size_t(s.height) * size_t(components));
@@ -44,7 +44,7 @@ Bytes Pixels(const JpegSpec &s, int components) {
 }
 
 // The compressor part that longjmps; no objects with destructors here.
-bool Compress(const JpegSpec &s, const Bytes &px, int components, unsigned char **out, unsigned long *size) {
+bool Compress(const JpegRecipe &s, const Bytes &px, int components, unsigned char **out, unsigned long *size) {
     jpeg_compress_struct c;
     Failure f;
     std::memset(&c, 0, sizeof c);
@@ -122,7 +122,7 @@ bool Decompress(const Bytes &jpeg, JpegInfo *info, Bytes *pixels) {
 
 }  // namespace
 
-Bytes MakeJpeg(const JpegSpec &s) {
+Bytes MakeJpeg(const JpegRecipe &s) {
     const int components = s.sampling == Sampling::kGrey ? 1 : s.sampling == Sampling::kCmyk ? 4 : 3;
     const Bytes px = Pixels(s, components);
     unsigned char *out = nullptr;

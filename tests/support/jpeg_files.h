@@ -17,7 +17,7 @@ using Bytes = std::vector<uint8_t>;
 
 enum class Sampling { k444, k422, k420, kGrey, kCmyk };
 
-struct JpegSpec {
+struct JpegRecipe {
     int width = 64, height = 48;
     Sampling sampling = Sampling::k420;
     int quality = 85;
@@ -30,7 +30,7 @@ struct JpegSpec {
 };
 
 // A JPEG stream of photo-like pixels (gradients, edges, noise).
-Bytes MakeJpeg(const JpegSpec &spec);
+Bytes MakeJpeg(const JpegRecipe &recipe);
 
 // What the header says.
 struct JpegInfo {
