@@ -61,6 +61,15 @@ HWY_INLINE V Luma(D d, V r, V g, V b) {
 #endif
 }
 
+// int32 lanes to bytes, saturating to 0 .. 255. Highway 1.0.3's DemoteTo
+// from int32 to uint8 wraps 32768 .. 33022 to 0 .. 254 on AVX2, AVX-512 and
+// the emulated 128-bit target (its two-step narrowing reads them back as
+// signed 16-bit values); lowering everything above 255 first avoids that.
+template <class D8, class V32>
+HWY_INLINE hn::Vec<D8> SaturateToBytes(D8 d8, V32 v) {
+    return hn::DemoteTo(d8, hn::Min(v, hn::Set(hn::DFromV<V32>(), 255)));
+}
+
 }  // namespace HWY_NAMESPACE
 }  // namespace imge
 HWY_AFTER_NAMESPACE();

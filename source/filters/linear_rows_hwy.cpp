@@ -10,6 +10,7 @@
 #include <hwy/foreach_target.h>  // IWYU pragma: keep
 #include <hwy/highway.h>
 
+#include "core/byte_vectors-inl.h"
 #include "core/dispatch.h"
 #include "filters/linear_rows.h"
 
@@ -52,7 +53,7 @@ int LinearFloatVec(const float *HWY_RESTRICT w, const uint8_t *const *HWY_RESTRI
             acc = hn::MulAdd(hn::Set(df, w[t]), hn::ConvertTo(df, hn::PromoteTo(di, hn::LoadU(du8, base[t] + i))), acc);
         if (divide) acc = hn::Mul(acc, vrecip);
         const auto v = hn::Add(hn::ConvertTo(di, acc), vbias);
-        hn::StoreU(hn::DemoteTo(du8, v), du8, out + i);
+        hn::StoreU(SaturateToBytes(du8, v), du8, out + i);
     }
     return i;
 }
@@ -112,7 +113,7 @@ int LinearShortVec(const int16_t *HWY_RESTRICT w, const uint8_t *const *HWY_REST
             if (lone_base)
                 f = hn::MulAdd(hn::ConvertTo(df, hn::PromoteTo(d32, hn::LoadU(d8h, lone_base + pos))), vlone, f);
             if (divide) f = hn::Mul(f, vrecip);
-            hn::StoreU(hn::DemoteTo(d8h, hn::Add(hn::ConvertTo(d32, f), vbias)), d8h, out + pos);
+            hn::StoreU(SaturateToBytes(d8h, hn::Add(hn::ConvertTo(d32, f), vbias)), d8h, out + pos);
         };
         halves(hn::PromoteTo(d32, hn::LowerHalf(dh, acc)), i);
         halves(hn::PromoteTo(d32, hn::UpperHalf(dh, acc)), i + H);
@@ -146,7 +147,7 @@ int SharpenRowVec(float p, float recip, bool divide, const uint8_t *const *HWY_R
             const auto c = hn::PromoteTo(d32, hn::LoadU(d8h, centre + pos));
             auto num = hn::ConvertTo(df, hn::Sub(hn::Mul(c, hundred), inner));
             if (divide) num = hn::Mul(num, vrecip);
-            hn::StoreU(hn::DemoteTo(d8h, hn::ConvertTo(d32, num)), d8h, out + pos);
+            hn::StoreU(SaturateToBytes(d8h, hn::ConvertTo(d32, num)), d8h, out + pos);
         };
         halves(hn::PromoteTo(d32, hn::LowerHalf(dh, s8)), i);
         halves(hn::PromoteTo(d32, hn::UpperHalf(dh, s8)), i + H);

@@ -9,6 +9,7 @@
 #include <cstring>
 #include <utility>
 
+#include "core/byte_vectors-inl.h"
 #include "core/dispatch.h"
 #include "rank/net_build.h"
 #include "rank/rank_rows.h"
@@ -228,7 +229,7 @@ void GaussRowVec(const GaussWeights &w, const uint8_t *const *slots, int bpp, in
         for (int j = 1; j < n; ++j)
             acc = hn::Add(acc, hn::Mul(hn::Set(df, w.h[j]), hn::LoadU(df, scratch + i + static_cast<std::size_t>(j) * bpp)));
         const auto q = hn::ConvertTo(di, acc);  // truncates toward zero
-        hn::StoreU(hn::DemoteTo(d8, q), d8, o + i);
+        hn::StoreU(SaturateToBytes(d8, q), d8, o + i);
     }
     for (; i < count; ++i) {
         float acc = w.h[0] * scratch[i];
