@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "large_blocks.h"
 #include "libtools.h"
 #include "owned_data.h"
 #include "pixel_types.h"
@@ -55,7 +56,7 @@ TUword imfAllockEx(IMF_BITMAP *b, TLong type, TLong pack, TLong width, TLong hei
     long long total = PixelBytes(height, bpl);
     if (total < 0) return 0;
 
-    auto *data = static_cast<TUbyte *>(std::calloc(1, static_cast<std::size_t>(total ? total : 1)));
+    auto *data = static_cast<TUbyte *>(imgrec::AllocateBlock(static_cast<std::size_t>(total), true));
     if (!data) return 0;
     IMF_COLORMAP *map = nullptr;
     if (type == IMF_COLORS) {
@@ -216,7 +217,7 @@ IMG_BITMAP *imgCloneBitmap(const IMG_BITMAP *src) {
     ok = CopyString(src->Name, &img->Name) && ok;
     ok = CopyMetadata(static_cast<const IMF_METADATAENTRY *>(src->MetaData), &meta) && ok;
     img->MetaData = meta;
-    img->Data = static_cast<IMG_UINT8 *>(std::malloc(static_cast<std::size_t>(total ? total : 1)));
+    img->Data = static_cast<IMG_UINT8 *>(imgrec::AllocateBlock(static_cast<std::size_t>(total), false));
     if (!ok || !img->Data) {
         imgFreeBitmap(img);
         return nullptr;

@@ -7,6 +7,8 @@
 #include <cstring>
 #include <type_traits>
 
+#include "large_blocks.h"
+
 namespace imge {
 
 template <typename T>
@@ -28,7 +30,7 @@ public:
         n_ = 0;
         if (n > static_cast<std::size_t>(-1) / sizeof(T)) return false;
         std::size_t bytes = n * sizeof(T);
-        p_ = static_cast<T *>(zero ? std::calloc(1, bytes ? bytes : 1) : std::malloc(bytes ? bytes : 1));
+        p_ = static_cast<T *>(imgrec::AllocateBlock(bytes, zero));
         if (p_) n_ = n;
         return p_ != nullptr;
     }
