@@ -67,33 +67,6 @@ TEST(ChannelOps, StatedValues) {
     EXPECT_NE(gd->Data, g->Data);
 }
 
-TEST(ChannelOps, DesaturateSwapAndShadowHighlightMatchTheReference) {
-    CheckAgainstReference(11, kTrueColour, 7, 140,
-                          [](IMF_BITMAP *s, IMF_BITMAP *d, const IMF_RECT *a) { return imfDesaturate(s, d, a); },
-                          [](const IMF_BITMAP &, IMF_BITMAP *t, const IMF_RECT &r) { reference::Desaturate(t, r); },
-                          true);
-    for (unsigned mode = 0; mode < 5; ++mode) {
-        SCOPED_TRACE(mode);
-        CheckAgainstReference(
-            20 + mode, kByteTypes, 9, 90,
-            [mode](IMF_BITMAP *s, IMF_BITMAP *d, const IMF_RECT *a) { return imfSwapColors(s, d, a, mode); },
-            [mode](const IMF_BITMAP &s, IMF_BITMAP *t, const IMF_RECT &r) { reference::SwapColors(s, t, r, mode); },
-            true);
-    }
-    const long params[][2] = {{0, 0}, {100, 100}, {-100, -100}, {37, -251}, {300, 260},
-                              {-2000000000, 2000000000}, {2000000000, -7}};
-    for (const auto &p : params) {
-        SCOPED_TRACE(std::to_string(p[0]) + "," + std::to_string(p[1]));
-        CheckAgainstReference(
-            31, kNotMapped, 8, 64,
-            [&p](IMF_BITMAP *s, IMF_BITMAP *d, const IMF_RECT *a) {
-                return imfAdjustShadowHighlight(s, d, a, p[0], p[1]);
-            },
-            [&p](const IMF_BITMAP &, IMF_BITMAP *t, const IMF_RECT &r) { reference::ShadowHighlight(t, r, p[0], p[1]); },
-            false, 170);
-    }
-}
-
 // Rows of only mid-tones (passed through whole vectors), only shadows, only
 // highlights, and mixtures; widths across several vector lengths with every
 // tail; in place, with a destination, with an area.

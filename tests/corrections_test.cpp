@@ -41,23 +41,6 @@ const Correction kCorrections[] = {
      [](const IMF_BITMAP &s, IMF_BITMAP *t, const IMF_RECT &r) { reference::Balance(s, t, r, kBalance); }},
 };
 
-TEST(Histograms, MatchReferenceOnRandomBitmaps) {
-    std::mt19937 rng(21);
-    for (int round = 0; round < 120; ++round) {
-        const unsigned type = testing_support::kByteTypes[round % 9];
-        OwnedImf b;
-        testing_support::MakeRandom(rng, type, 1 + static_cast<int>(rng() % 40), 1 + static_cast<int>(rng() % 20),
-                                    1 + static_cast<int>(rng() % 8), &b);
-        TUlong fast[4 * 256], plain[4 * 256];
-        imfCreateHistogramOnLuminance(b.get(), fast);
-        reference::LuminanceHistogram(b.b, plain);
-        ASSERT_EQ(std::memcmp(fast, plain, 256 * sizeof(TUlong)), 0) << testing_support::TypeName(type);
-        imfCreateAllHistogram(b.get(), fast);
-        reference::AllHistogram(b.b, plain);
-        ASSERT_EQ(std::memcmp(fast, plain, sizeof fast), 0) << testing_support::TypeName(type);
-    }
-}
-
 TEST(Histograms, StatedCases) {
     // A 1-bit bitmap: a single count at entry 0 of each array.
     OwnedImf bits;
@@ -86,14 +69,6 @@ TEST(Histograms, StatedCases) {
     }
     imfCreateAllHistogram(nullptr, all);  // cleared, no crash
     EXPECT_EQ(all[0], 0u);
-}
-
-TEST(Corrections, MatchReferenceOnRandomBitmaps) {
-    unsigned seed = 31;
-    for (const Correction &c : kCorrections) {
-        SCOPED_TRACE(c.name);
-        testing_support::CheckAgainstReference(seed++, testing_support::kByteTypes, 9, 120, c.fast, c.ref);
-    }
 }
 
 // Low-contrast random pictures, where the thresholds and the ranges matter.

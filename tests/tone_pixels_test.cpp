@@ -50,32 +50,6 @@ TEST(Gammasat, StatedValues) {
     EXPECT_EQ(std::memcmp(b->Data, want, 6), 0);
 }
 
-TEST(ContraBrightness, MatchesReferenceOnRandomBitmaps) {
-    const unsigned types[] = {IMF_GREY, IMF_RGB, IMF_BGR, IMF_RGBA, IMF_BGRA, IMF_ARGB, IMF_ABGR, IMF_CMYK};
-    for (TLong amount : {50L, -50L, 300L, -7L}) {
-        SCOPED_TRACE(amount);
-        testing_support::CheckAgainstReference(
-            static_cast<unsigned>(amount + 1000), types, 8, 80,
-            [&](IMF_BITMAP *s, IMF_BITMAP *d, const IMF_RECT *a) { return imfContraBrightness(s, d, a, amount); },
-            [&](const IMF_BITMAP &src, IMF_BITMAP *expect, const IMF_RECT &r) {
-                reference::ContraBrightness(src, expect, r, amount);
-            },
-            true);
-    }
-}
-
-TEST(Gammasat, MatchesReferenceOnRandomBitmaps) {
-    const unsigned types[] = {IMF_RGB, IMF_BGR, IMF_RGBA, IMF_BGRA, IMF_ARGB, IMF_ABGR, IMF_CMYK};
-    for (double g : {2.0, 0.5, 1.0, 3.7}) {
-        SCOPED_TRACE(g);
-        testing_support::CheckAgainstReference(
-            static_cast<unsigned>(g * 100), types, 7, 70,
-            [&](IMF_BITMAP *s, IMF_BITMAP *d, const IMF_RECT *a) { return imfGammasat(s, d, a, g); },
-            [&](const IMF_BITMAP &src, IMF_BITMAP *expect, const IMF_RECT &r) { reference::Gammasat(src, expect, r, g); },
-            true);
-    }
-}
-
 TEST(TonePixels, RefusalsChangeNothing) {
     const double nan = std::numeric_limits<double>::quiet_NaN();
     const IMF_RECT bad = {0, 0, 100, 1};

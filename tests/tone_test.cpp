@@ -167,45 +167,6 @@ TEST(ToneTables, GetAdjustLutWithRefusedParametersIsTheIdentity) {
     imfGetAdjustLut(nullptr, 0, 0, 1.0);  // nothing to fill, no crash
 }
 
-// Each table operation on random bitmaps of every byte type against the
-// reference table applied by the reference engine.
-TEST(ToneTables, OperationsMatchReferenceOnRandomBitmaps) {
-    struct Case {
-        const char *name;
-        std::function<IMF_ERROR(IMF_BITMAP *, IMF_BITMAP *, const IMF_RECT *)> fast;
-        std::function<void(TUbyte *)> table;
-    };
-    const Case cases[] = {
-        {"brightness", [](IMF_BITMAP *s, IMF_BITMAP *d, const IMF_RECT *a) { return imfBrightness(s, d, a, -37); },
-         [](TUbyte *t) { reference::BrightnessTable(t, -37); }},
-        {"contrast", [](IMF_BITMAP *s, IMF_BITMAP *d, const IMF_RECT *a) { return imfContrast(s, d, a, 45); },
-         [](TUbyte *t) { reference::ContrastTable(t, 45); }},
-        {"gamma", [](IMF_BITMAP *s, IMF_BITMAP *d, const IMF_RECT *a) { return imfGamma(s, d, a, 1.7); },
-         [](TUbyte *t) { reference::GammaTable(t, 1.7); }},
-        {"log", [](IMF_BITMAP *s, IMF_BITMAP *d, const IMF_RECT *a) { return imfLog(s, d, a); },
-         [](TUbyte *t) { reference::LogTable(t); }},
-        {"levels", [](IMF_BITMAP *s, IMF_BITMAP *d, const IMF_RECT *a) { return imfLevels(s, d, a, 30, 220); },
-         [](TUbyte *t) { reference::LevelsTable(t, 30, 220); }},
-        {"posterize", [](IMF_BITMAP *s, IMF_BITMAP *d, const IMF_RECT *a) { return imfPosterize(s, d, a, 7); },
-         [](TUbyte *t) { reference::PosterizeTable(t, 7); }},
-        {"solarize", [](IMF_BITMAP *s, IMF_BITMAP *d, const IMF_RECT *a) { return imfSolarize(s, d, a, 90); },
-         [](TUbyte *t) { reference::SolarizeTable(t, 90); }},
-        {"adjust", [](IMF_BITMAP *s, IMF_BITMAP *d, const IMF_RECT *a) { return imfAdjust(s, d, a, 12, -20, 0.8); },
-         [](TUbyte *t) { reference::AdjustTable(t, 12, -20, 0.8); }},
-    };
-    unsigned seed = 11;
-    for (const Case &c : cases) {
-        SCOPED_TRACE(c.name);
-        TUbyte table[256];
-        c.table(table);
-        testing_support::CheckAgainstReference(
-            seed++, testing_support::kByteTypes, 9, 90, c.fast,
-            [&](const IMF_BITMAP &src, IMF_BITMAP *expect, const IMF_RECT &r) {
-                reference::ApplyLut(src, expect, r, table);
-            });
-    }
-}
-
 // Refusals: binary sources, parameters outside the curves, rejected areas;
 // nothing changes and no destination is made.
 TEST(ToneTables, RefusalsChangeNothing) {

@@ -257,7 +257,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     fuzz::ChoosePaths(data, size);
     fuzz::Input in(data, size);
     const unsigned type = testing_support::kAllTypes[in.Range(0, 9)];
-    const int w = fuzz::Side(in, 32), h = fuzz::Side(in, 24);
+    const int w = fuzz::Side(in, 100), h = fuzz::Side(in, 24);
     OwnedImg src;
     fuzz::MakeImg(in, type, w, h, &src);
     if (!src.b) return 0;

@@ -21,9 +21,19 @@
 
 namespace fuzz {
 
+// Where a finding goes when the harnesses run inside the unit tests (which
+// install a handler that throws); null under libFuzzer.
+using FailureHandler = void (*)(const std::string &message);
+inline FailureHandler &Handler() {
+    static FailureHandler handler = nullptr;
+    return handler;
+}
+
 // Stops the run with a message; libFuzzer saves the input that led here.
 [[noreturn]] inline void Fail(const char *what, const char *detail = "") {
-    std::fprintf(stderr, "FUZZ FINDING: %s %s\n", what, detail);
+    const std::string message = std::string(what) + " " + detail;
+    if (Handler()) Handler()(message);
+    std::fprintf(stderr, "FUZZ FINDING: %s\n", message.c_str());
     std::abort();
 }
 

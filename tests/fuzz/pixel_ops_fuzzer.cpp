@@ -207,7 +207,12 @@ Op PickOp(fuzz::Input &in) {
             const bool big = in.Byte() % 5 == 0;
             for (auto &m : f.Matrix) m = static_cast<IMG_INT16>(big ? static_cast<int16_t>(in.U32()) : in.Range(-9, 9));
             f.Divisor = static_cast<IMG_INT16>(in.Byte() % 7 == 0 ? 0 : big ? static_cast<int16_t>(in.U32()) : in.Range(-40, 40));
-            f.Bias = static_cast<IMG_INT16>(big ? static_cast<int16_t>(in.U32()) : in.Range(-300, 300));
+            // Biases just below 32767 put results where narrowing 32-bit lanes
+            // to bytes must saturate rather than wrap.
+            const int bias_kind = in.Byte() % 4;
+            f.Bias = static_cast<IMG_INT16>(bias_kind == 0 ? 32767 - in.Range(0, 255)
+                                            : big          ? static_cast<int16_t>(in.U32())
+                                                           : in.Range(-300, 300));
             Op op;
             op.name = "convolve";
             op.params_ok = f.Size >= 1 && f.Size <= 7 && f.Divisor != 0;
@@ -515,7 +520,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     fuzz::ChoosePaths(data, size);
     fuzz::Input in(data, size);
     const unsigned type = testing_support::kAllTypes[in.Range(0, 9)];
-    const int w = fuzz::Side(in, 40), h = fuzz::Side(in, 24);
+    const int w = fuzz::Side(in, 100), h = fuzz::Side(in, 24);
     OwnedImf src;
     fuzz::MakeBitmap(in, type, w, h, &src);
 
