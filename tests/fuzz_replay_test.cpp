@@ -106,12 +106,27 @@ std::vector<Case> SeedsAndRandom(const std::string &folder, unsigned seed, int c
     return cases;
 }
 
+// Every operation of a harness in turn (its branch and operation pinned),
+// each with `count` random inputs, on every target.
+void EveryOperation(Harness harness, int branch, int ops, int count, unsigned seed) {
+    for (int op = 0; op < ops; ++op) {
+        SCOPED_TRACE("operation " + std::to_string(op));
+        fuzz::Steer() = fuzz::Steering{branch, op};
+        OnEveryTarget(harness, RandomInputs(seed + static_cast<unsigned>(op), count));
+        fuzz::Steer() = fuzz::Steering{};
+        if (::testing::Test::HasFailure()) return;
+    }
+}
+
 TEST(FuzzReplay, PixelOperationsAgainstTheirReferences) {
-    OnEveryTarget(imge_replay_pixel_ops_fuzzer, SeedsAndRandom("pixel_ops_fuzzer", 1, 3000));
+    OnEveryTarget(imge_replay_pixel_ops_fuzzer, SeedsAndRandom("pixel_ops_fuzzer", 1, 1000));
+    EveryOperation(imge_replay_pixel_ops_fuzzer, 3, 46, 80, 100);
 }
 
 TEST(FuzzReplay, PublicEntryPointsAgainstTheirReferences) {
     OnEveryTarget(imge_replay_entry_frame_fuzzer, SeedsAndRandom("entry_frame_fuzzer", 2, 600));
+    EveryOperation(imge_replay_entry_frame_fuzzer, 0, 3, 300, 200);  // HLS, sepia, tinted sepia
+    EveryOperation(imge_replay_entry_frame_fuzzer, 2, 34, 40, 300);
 }
 
 TEST(FuzzReplay, DrawingAgainstItsReference) {

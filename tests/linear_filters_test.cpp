@@ -1,5 +1,6 @@
-// The linear neighbourhood filters: against their plain references on random
-// bitmaps, the stated examples, and refusals.
+// The linear neighbourhood filters: the stated examples, the vector kernels
+// against the plain ones over their ranges, and refusals (the random
+// comparisons with the references run in fuzz_replay_test.cpp).
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -7,8 +8,6 @@
 #include <random>
 #include <string>
 #include <vector>
-
-#include <hwy/targets.h>
 
 #include "filters/linear_rows.h"
 #include "libformat.h"
@@ -22,122 +21,6 @@ using testing_support::OwnedImf;
 namespace {
 
 using FastOp = std::function<IMF_ERROR(IMF_BITMAP *, IMF_BITMAP *, const IMF_RECT *)>;
-using RefOp = std::function<void(const IMF_BITMAP &, IMF_BITMAP *, const IMF_RECT &)>;
-
-struct Drawn {
-    std::string name;
-    FastOp fast;
-    RefOp ref;
-};
-
-// One random operation with random parameters, including parameters whose
-// sums leave the vector path's exact range.
-Drawn DrawOp(std::mt19937 &rng) {
-    std::uniform_int_distribution<int> which(0, 7);
-    switch (which(rng)) {
-        case 0: {
-            IMG_FILTER f{};
-            f.Size = static_cast<IMG_INT16>(std::uniform_int_distribution<int>(1, 7)(rng));
-            const bool big = std::uniform_int_distribution<int>(0, 4)(rng) == 0;
-            std::uniform_int_distribution<int> coef(big ? -30000 : -9, big ? 30000 : 9);
-            for (int i = 0; i < f.Size * f.Size; ++i) f.Matrix[i] = static_cast<IMG_INT16>(coef(rng));
-            do f.Divisor = static_cast<IMG_INT16>(std::uniform_int_distribution<int>(-40, 40)(rng));
-            while (f.Divisor == 0);
-            // Some biases put results just above 32767, where narrowing 32-bit
-            // lanes to bytes has to saturate rather than wrap.
-            const int bias_kind = std::uniform_int_distribution<int>(0, 3)(rng);
-            f.Bias = static_cast<IMG_INT16>(bias_kind == 0 ? std::uniform_int_distribution<int>(32500, 32767)(rng)
-                                                           : std::uniform_int_distribution<int>(-300, 300)(rng));
-            return {"convolve " + std::to_string(f.Size) + (big ? " big" : ""),
-                    [f](IMF_BITMAP *s, IMF_BITMAP *d, const IMF_RECT *a) { return imfConvolve(s, d, a, &f); },
-                    [f](const IMF_BITMAP &s, IMF_BITMAP *t, const IMF_RECT &r) { reference::Convolve(s, t, r, f); }};
-        }
-        case 1: {
-            const int index = std::uniform_int_distribution<int>(0, 8)(rng);
-            return {"index " + std::to_string(index),
-                    [index](IMF_BITMAP *s, IMF_BITMAP *d, const IMF_RECT *a) { return imfConvolveIndex(s, d, a, index); },
-                    [index](const IMF_BITMAP &s, IMF_BITMAP *t, const IMF_RECT &r) {
-                        reference::ConvolveIndex(s, t, r, index);
-                    }};
-        }
-        case 2: {
-            const int p = std::uniform_int_distribution<int>(0, 3)(rng) == 0
-                              ? std::uniform_int_distribution<int>(-100000, 100000)(rng)
-                              : std::uniform_int_distribution<int>(-300, 300)(rng);
-            return {"sharpen " + std::to_string(p),
-                    [p](IMF_BITMAP *s, IMF_BITMAP *d, const IMF_RECT *a) { return imfSharpen(s, d, a, p); },
-                    [p](const IMF_BITMAP &s, IMF_BITMAP *t, const IMF_RECT &r) { reference::Sharpen(s, t, r, p); }};
-        }
-        case 3:
-        case 4: {
-            const bool blur = std::uniform_int_distribution<int>(0, 1)(rng) == 1;
-            const int p = std::uniform_int_distribution<int>(-6000, 100)(rng);
-            return {(blur ? "blur " : "soften ") + std::to_string(p),
-                    [p, blur](IMF_BITMAP *s, IMF_BITMAP *d, const IMF_RECT *a) {
-                        return blur ? imfBlur(s, d, a, p) : imfSoften(s, d, a, p);
-                    },
-                    [p, blur](const IMF_BITMAP &s, IMF_BITMAP *t, const IMF_RECT &r) {
-                        if (blur) reference::Blur(s, t, r, p);
-                        else reference::Soften(s, t, r, p);
-                    }};
-        }
-        case 5: {
-            const int n = std::uniform_int_distribution<int>(2, 15)(rng);
-            return {"average " + std::to_string(n),
-                    [n](IMF_BITMAP *s, IMF_BITMAP *d, const IMF_RECT *a) { return imfAverage(s, d, a, n); },
-                    [n](const IMF_BITMAP &s, IMF_BITMAP *t, const IMF_RECT &r) { reference::Average(s, t, r, n); }};
-        }
-        case 6:
-            return {"reduce noise", [](IMF_BITMAP *s, IMF_BITMAP *d, const IMF_RECT *a) { return imfReduceNoise(s, d, a); },
-                    [](const IMF_BITMAP &s, IMF_BITMAP *t, const IMF_RECT &r) { reference::ReduceNoise(s, t, r); }};
-        default: {
-            const int p = std::uniform_int_distribution<int>(-100000, 100)(rng);
-            return {"edge " + std::to_string(p),
-                    [p](IMF_BITMAP *s, IMF_BITMAP *d, const IMF_RECT *a) { return imfEdge(s, d, a, p); },
-                    [p](const IMF_BITMAP &s, IMF_BITMAP *t, const IMF_RECT &r) { reference::Edge(s, t, r, p); }};
-        }
-    }
-}
-
-void CompareOnRandomBitmaps(unsigned seed, int iterations) {
-    std::mt19937 rng(seed);
-    std::uniform_int_distribution<int> size(1, 29), wide(30, 90), pack(1, 8), coin(0, 1);
-    for (int iter = 0; iter < iterations; ++iter) {
-        const unsigned type = testing_support::kByteTypes[iter % 9];
-        const int w = iter % 4 == 0 ? wide(rng) : size(rng), h = size(rng);
-        OwnedImf src, before, expect, dst;
-        testing_support::MakeRandom(rng, type, w, h, pack(rng), &src);
-        testing_support::Clone(*src.get(), &before);
-        const Drawn op = DrawOp(rng);
-        const bool use_area = coin(rng), with_dst = coin(rng);
-        const IMF_RECT area = use_area ? testing_support::RandomArea(rng, w, h) : IMF_RECT{0, 0, w, h};
-        SCOPED_TRACE(op.name + " " + testing_support::TypeName(type) + " " + std::to_string(w) + "x" +
-                     std::to_string(h) + (with_dst ? " dst" : " in place"));
-        testing_support::Clone(*src.get(), &expect);
-        op.ref(*before.get(), expect.get(), area);
-        ASSERT_EQ(op.fast(src.get(), with_dst ? dst.get() : nullptr, use_area ? &area : nullptr), IMF_NOERROR);
-        if (with_dst) {
-            ASSERT_EQ(testing_support::Diff(*dst.get(), *expect.get()), "");
-            ASSERT_EQ(testing_support::Diff(*src.get(), *before.get()), "") << "source changed";
-        } else {
-            ASSERT_EQ(testing_support::Diff(*src.get(), *expect.get()), "");
-        }
-    }
-}
-
-TEST(LinearFilters, MatchReferenceOnRandomBitmaps) { CompareOnRandomBitmaps(20, 700); }
-
-// The same on every vector target this machine can run (the best one is
-// chosen otherwise, so the narrower ones would go untested).
-TEST(LinearFilters, MatchReferenceOnEveryVectorTarget) {
-    for (int64_t target : hwy::SupportedAndGeneratedTargets()) {
-        hwy::SetSupportedTargetsForTest(target);
-        SCOPED_TRACE(hwy::TargetName(target));
-        CompareOnRandomBitmaps(static_cast<unsigned>(target % 1000 + 21), 250);
-        if (HasFatalFailure()) break;
-    }
-    hwy::SetSupportedTargetsForTest(0);
-}
 
 // A w x h grey bitmap filled with `value`, then the listed bytes set.
 struct Pixel {

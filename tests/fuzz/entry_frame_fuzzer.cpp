@@ -33,7 +33,7 @@ struct Framed {
 };
 
 Framed PickFramed(fuzz::Input &in) {
-    const int which = in.Range(0, 33);
+    const int which = fuzz::Pinned(in.Range(0, 33), fuzz::Steer().op);
     auto simple = [](const char *name, IMG_ERROR (*img)(IMG_BITMAP *, IMG_BITMAP **),
                      IMF_ERROR (*imf)(IMF_BITMAP *, IMF_BITMAP *, const IMF_RECT *)) {
         return Framed{name, img, [imf](IMF_BITMAP *s, IMF_BITMAP *d) { return imf(s, d, nullptr); }};
@@ -207,7 +207,7 @@ void CheckFramed(fuzz::Input &in, IMG_BITMAP *src) {
 // HLS, sepia and sepia with a colour: true-colour types only (CMYK included), percentages
 // 0..100, colour components 0..255; compared with the plain references.
 void CheckTrueColour(fuzz::Input &in, IMG_BITMAP *src) {
-    const int which = in.Range(0, 2);
+    const int which = fuzz::Pinned(in.Range(0, 2), fuzz::Steer().op);
     const IMG_INT32 a = in.Param(-200, 200), b = in.Param(-200, 200), c = in.Param(-200, 200);
     const IMG_INT32 percent = in.Param(0, 100);
     IMG_COLOR colour = {in.Byte(), in.Byte(), in.Byte(), in.Byte()};
@@ -263,7 +263,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     if (!src.b) return 0;
     if (in.Byte() % 12 == 0) src.b->BitsPerComponent = static_cast<IMG_UINT16>(in.Coin() ? 16 : 9);
 
-    switch (in.Byte() % 8) {
+    switch (fuzz::Pinned(in.Byte() % 8, fuzz::Steer().branch)) {  // 0: HLS and sepia, 2 and above: the others
         case 0: CheckTrueColour(in, src.b); break;
         case 1: {
             // Null sources are refused everywhere, colour counting included.

@@ -29,6 +29,19 @@ inline FailureHandler &Handler() {
     return handler;
 }
 
+// Choices the unit tests pin to walk every operation of a harness with
+// random inputs (each harness says which of its choices these are); -1
+// leaves the choice to the input. Never set under libFuzzer.
+struct Steering {
+    int branch = -1;
+    int op = -1;
+};
+inline Steering &Steer() {
+    static Steering steering;
+    return steering;
+}
+inline int Pinned(int chosen, int pinned) { return pinned >= 0 ? pinned : chosen; }
+
 // Stops the run with a message; libFuzzer saves the input that led here.
 [[noreturn]] inline void Fail(const char *what, const char *detail = "") {
     const std::string message = std::string(what) + " " + detail;

@@ -78,7 +78,7 @@ Op LutOp(const char *name, Fast fast, std::function<void(TUbyte *)> table) {
 bool GammaOk(double g) { return std::isfinite(g) && g > 0.0; }
 
 Op PickOp(fuzz::Input &in) {
-    const int which = in.Range(0, 45);
+    const int which = fuzz::Pinned(in.Range(0, 45), fuzz::Steer().op);
     switch (which) {
         case 0: {
             const TLong b = in.Param(-300, 300);
@@ -524,7 +524,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     OwnedImf src;
     fuzz::MakeBitmap(in, type, w, h, &src);
 
-    const int mode = in.Byte() % 16;
+    const int mode = fuzz::Pinned(in.Byte() % 16, fuzz::Steer().branch);  // 3 and above: an operation
     if (mode == 0) return CheckHistogramsAndCount(in, src.b), 0;
     if (mode == 1) return CheckExtract(in, &src), 0;
     if (mode == 2) return CheckBaseServices(in, src, w, h), 0;
