@@ -10,7 +10,6 @@
 #include <string>
 
 #include "bench_common.h"
-#include "core/page_advice.h"
 #include "libformat.h"
 #include "libtools.h"
 
@@ -66,14 +65,13 @@ void Register(const std::string &name, Op op) {
 }
 
 // The part of every filter's time that OpenCV's preallocated output does not
-// pay: a new result bitmap (advised as the row frame advises it), its pages
+// pay: a new result bitmap (huge pages, as the base allocator asks for them), its pages
 // touched once.
 void BM_NewResult(benchmark::State &state) {
     IMF_BITMAP b = bench::MakePhoto(bench::kWidth, bench::kHeight, IMF_RGB);
     for (auto _ : state) {
         IMF_BITMAP d;
         imfAllock(&d, b.Type, b.Pack, b.Width, b.Height);
-        imge::AdviseLargeBuffer(d.Data, static_cast<std::size_t>(d.BytesPerLine) * d.Height);
         for (TLong y = 0; y < d.Height; ++y) d.Data[static_cast<std::size_t>(y) * d.BytesPerLine] = 1;
         for (std::size_t i = 0; i < static_cast<std::size_t>(d.BytesPerLine) * d.Height; i += 4096) d.Data[i] = 1;
         benchmark::DoNotOptimize(d.Data);

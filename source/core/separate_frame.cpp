@@ -2,7 +2,6 @@
 
 #include <cstring>
 
-#include "core/page_advice.h"
 #include "core/target.h"
 #include "libtools.h"
 
@@ -25,8 +24,6 @@ IMF_ERROR BeginSeparate(const IMF_BITMAP *src, const IMF_RECT *area, IMF_BITMAP 
         std::memset(fresh, 0, sizeof *fresh);
         return IMF_ERRMEMORY;
     }
-    // A new full-size result: let the system back it with large pages.
-    AdviseLargeBuffer(fresh->Data, static_cast<std::size_t>(fresh->BytesPerLine) * fresh->Height);
     if (area) CopyPixels(src, fresh);
     fresh->TransparentIndex = -1;
     fresh->ColorUsed = src->ColorUsed;

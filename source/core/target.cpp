@@ -2,7 +2,6 @@
 
 #include <cstring>
 
-#include "core/page_advice.h"
 #include "libtools.h"
 #include "pixel_types.h"
 
@@ -10,7 +9,6 @@ namespace imge {
 
 IMF_ERROR AllocateLike(const IMF_BITMAP *src, IMF_BITMAP *out, bool copy_palette) {
     if (!imfAllock(out, src->Type, src->Pack, src->Width, src->Height)) return IMF_ERRMEMORY;
-    AdviseLargeBuffer(out->Data, static_cast<std::size_t>(out->BytesPerLine) * out->Height);
     if (copy_palette && src->ColorMap && out->ColorMap)
         std::memcpy(out->ColorMap, src->ColorMap, sizeof(IMF_COLORMAP));
     out->ColorUsed = src->ColorUsed;

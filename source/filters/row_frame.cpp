@@ -4,7 +4,6 @@
 #include <cstring>
 
 #include "core/bitmap_check.h"
-#include "core/page_advice.h"
 #include "core/scratch.h"
 #include "core/target.h"
 #include "libtools.h"
@@ -39,7 +38,6 @@ IMF_ERROR RunRowFrame(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, in
     // bitmap; other values would only make the allocation fail).
     IMF_BITMAP work;
     if (!imfAllockEx(&work, src->Type, src->Pack, src->Width, src->Height, 8)) return IMF_ERRMEMORY;
-    AdviseLargeBuffer(work.Data, static_cast<std::size_t>(work.BytesPerLine) * static_cast<std::size_t>(work.Height));
     if (area) CopyPixels(src, &work);
     work.TransparentIndex = -1;
     work.ColorUsed = src->ColorUsed;

@@ -6,7 +6,6 @@
 #include <cstring>
 
 #include "core/bitmap_check.h"
-#include "core/page_advice.h"
 #include "core/target.h"
 #include "libformat.h"
 #include "libtools.h"
@@ -139,7 +138,6 @@ IMF_ERROR imfDropShadow(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, 
         drop_reduced();
         return IMF_ERRMEMORY;
     }
-    imge::AdviseLargeBuffer(canvas.Data, static_cast<std::size_t>(canvas.BytesPerLine) * canvas.Height);
     canvas.ColorUsed = base->ColorUsed;
     canvas.TransparentIndex = base->TransparentIndex;
     IMF_BITMAP tile;
