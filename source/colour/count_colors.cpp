@@ -66,6 +66,17 @@ inline TUlong Mark(uint64_t *seen, uint32_t c) {
     return fresh;
 }
 
+// Set bits of n words; with the machine's population-count instruction
+// where it has one (chosen when the library is loaded).
+#if defined(__GNUC__) && (defined(__x86_64__) || defined(__i386__)) && defined(__linux__)
+__attribute__((target_clones("popcnt", "default")))
+#endif
+TUlong CountBits(const uint64_t *words, std::size_t n) {
+    TUlong total = 0;
+    for (std::size_t i = 0; i < n; ++i) total += static_cast<TUlong>(__builtin_popcountll(words[i]));
+    return total;
+}
+
 TUlong CountColours(const IMF_BITMAP *b, TLong limit) {
     imge::Scratch<uint64_t> seen(std::size_t{1} << 18, true);  // 2^24 bits
     if (!seen.ok()) return kNoMemory;
@@ -77,8 +88,9 @@ TUlong CountColours(const IMF_BITMAP *b, TLong limit) {
         const TUbyte *p = b->Data + static_cast<long long>(y) * b->BytesPerLine;
         if (limit <= 0) {
             // No early stop: bits are only set (no test, no count per pixel:
-            // 10.6 instead of 15.1 ms on the 4000 x 3000 photo) and counted
-            // once at the end.
+            // 10.4 instead of 15.1 ms on the 4000 x 3000 photo) and counted
+            // once at the end (0.1 ms with the population-count instruction,
+            // 0.9 ms without).
             TLong x = 0;
             for (; x < words; ++x, p += bpp) Set(seen.get(), ColourWord(p));
             for (; x < b->Width; ++x, p += bpp) Set(seen.get(), ColourBytes(p));
@@ -89,8 +101,7 @@ TUlong CountColours(const IMF_BITMAP *b, TLong limit) {
             if (count > static_cast<TUlong>(limit)) return count;
         }
     }
-    if (limit <= 0)
-        for (std::size_t i = 0; i < seen.size(); ++i) count += static_cast<TUlong>(__builtin_popcountll(seen[i]));
+    if (limit <= 0) count = CountBits(seen.get(), seen.size());
     return count;
 }
 
