@@ -1,5 +1,5 @@
-// The drawing functions against the plain reference on random shapes, pens,
-// styles, origins and every byte-per-pixel type.
+// The drawing functions against the plain reference at huge coordinates and
+// radii (the ordinary random shapes of every type run in fuzz_replay_test.cpp).
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -66,122 +66,7 @@ Pen RandomPen(std::mt19937 &rng, const IMG_BITMAP *b) {
     return pen;
 }
 
-int32_t Coord(std::mt19937 &rng, int32_t extent) {
-    // Mostly near the bitmap, some well outside (products stay within 32 bits).
-    if (rng() % 8 == 0) return std::uniform_int_distribution<int32_t>(-3000, 3000)(rng);
-    return std::uniform_int_distribution<int32_t>(-extent, 2 * extent)(rng);
-}
-
-std::vector<IMG_POINT> RandomPoints(std::mt19937 &rng, const IMG_BITMAP *b, int n) {
-    std::vector<IMG_POINT> pts(n);
-    for (auto &p : pts) p = {Coord(rng, b->Width), Coord(rng, b->Height)};
-    return pts;
-}
-
 }  // namespace
-
-class DrawReference : public ::testing::TestWithParam<unsigned> {};
-
-TEST_P(DrawReference, Lines) {
-    std::mt19937 rng(1000 + GetParam());
-    for (int iter = 0; iter < 400; ++iter) {
-        Pair p;
-        MakePair(rng, static_cast<IMG_BITMAP_TYPE>(GetParam()), &p);
-        Pen pen = RandomPen(rng, p.ours);
-        auto pts = RandomPoints(rng, p.ours, 2);
-        if (rng() % 10 == 0) pts[1] = pts[0];
-        ASSERT_EQ(imgDrawLineColor(p.ours, pts[0].x, pts[0].y, pts[1].x, pts[1].y, pen.width, &pen.line, pen.style,
-                                   nullptr),
-                  IMG_NO_ERROR);
-        reference::DrawLineColor(p.ref, pts[0].x, pts[0].y, pts[1].x, pts[1].y, pen.width, pen.line_bytes,
-                                 pen.drawn_style);
-        ASSERT_TRUE(Same(p)) << "iter " << iter << " (" << pts[0].x << "," << pts[0].y << ")-(" << pts[1].x << ","
-                             << pts[1].y << ") width " << pen.width << " style " << pen.style;
-    }
-}
-
-TEST_P(DrawReference, PolylinesAndPoints) {
-    std::mt19937 rng(2000 + GetParam());
-    for (int iter = 0; iter < 150; ++iter) {
-        Pair p;
-        MakePair(rng, static_cast<IMG_BITMAP_TYPE>(GetParam()), &p);
-        Pen pen = RandomPen(rng, p.ours);
-        auto pts = RandomPoints(rng, p.ours, 3 + static_cast<int>(rng() % 6));
-        ASSERT_EQ(imgDrawPolylineColor(p.ours, pts.data(), static_cast<IMG_INT32>(pts.size()), pen.width, &pen.line,
-                                       pen.style, nullptr),
-                  IMG_NO_ERROR);
-        reference::DrawPolylineColor(p.ref, pts.data(), static_cast<int32_t>(pts.size()), pen.width, pen.line_bytes,
-                                     pen.drawn_style);
-        ASSERT_EQ(imgDrawPointColor(p.ours, pts[0].x, pts[0].y, pen.width, &pen.fill, nullptr), IMG_NO_ERROR);
-        reference::PlotBrushWithClip(p.ref, pts[0].x, pts[0].y, pen.fill_bytes, pen.width, 0, 0);
-        ASSERT_TRUE(Same(p)) << "iter " << iter;
-    }
-}
-
-TEST_P(DrawReference, Rectangles) {
-    std::mt19937 rng(3000 + GetParam());
-    for (int iter = 0; iter < 200; ++iter) {
-        Pair p;
-        MakePair(rng, static_cast<IMG_BITMAP_TYPE>(GetParam()), &p);
-        Pen pen = RandomPen(rng, p.ours);
-        int32_t x = Coord(rng, p.ours->Width), y = Coord(rng, p.ours->Height);
-        int32_t w = std::uniform_int_distribution<int32_t>(-50, 50)(rng);
-        int32_t h = std::uniform_int_distribution<int32_t>(-50, 50)(rng);
-        ASSERT_EQ(imgDrawRectangleColor(p.ours, x, y, w, h, pen.has_fill ? &pen.fill : nullptr, pen.width,
-                                        pen.has_line ? &pen.line : nullptr, pen.style, nullptr),
-                  IMG_NO_ERROR);
-        reference::DrawRectangle(p.ref, x, y, w, h, pen.has_fill ? pen.fill_bytes : nullptr, pen.width,
-                                 pen.has_line ? pen.line_bytes : nullptr, pen.drawn_style);
-        ASSERT_TRUE(Same(p)) << "iter " << iter;
-    }
-}
-
-TEST_P(DrawReference, Circles) {
-    std::mt19937 rng(4000 + GetParam());
-    for (int iter = 0; iter < 200; ++iter) {
-        Pair p;
-        MakePair(rng, static_cast<IMG_BITMAP_TYPE>(GetParam()), &p);
-        Pen pen = RandomPen(rng, p.ours);
-        int32_t x = Coord(rng, p.ours->Width), y = Coord(rng, p.ours->Height);
-        int32_t r = std::uniform_int_distribution<int32_t>(-2, 60)(rng);
-        ASSERT_EQ(imgDrawCircleColor(p.ours, x, y, r, pen.has_fill ? &pen.fill : nullptr, pen.width,
-                                     pen.has_line ? &pen.line : nullptr, pen.style, nullptr),
-                  IMG_NO_ERROR);
-        reference::DrawCircle(p.ref, x, y, r, pen.has_fill ? pen.fill_bytes : nullptr, pen.width,
-                              pen.has_line ? pen.line_bytes : nullptr, pen.drawn_style);
-        ASSERT_TRUE(Same(p)) << "iter " << iter << " (" << x << "," << y << ") r " << r;
-    }
-}
-
-TEST_P(DrawReference, Polygons) {
-    std::mt19937 rng(5000 + GetParam());
-    for (int iter = 0; iter < 200; ++iter) {
-        Pair p;
-        MakePair(rng, static_cast<IMG_BITMAP_TYPE>(GetParam()), &p);
-        Pen pen = RandomPen(rng, p.ours);
-        // Some polygons with many vertices (the sorted path), some rectangles.
-        int n = rng() % 6 == 0 ? 40 + static_cast<int>(rng() % 60) : 3 + static_cast<int>(rng() % 8);
-        auto pts = RandomPoints(rng, p.ours, n);
-        if (rng() % 6 == 0) {
-            pts.resize(4);
-            pts[1].y = pts[0].y;
-            pts[3].x = pts[0].x;
-            pts[2] = {pts[1].x, pts[3].y};
-            n = 4;
-        }
-        ASSERT_EQ(imgDrawPolygonColor(p.ours, pts.data(), n, pen.has_fill ? &pen.fill : nullptr, pen.width,
-                                      pen.has_line ? &pen.line : nullptr, pen.style, nullptr),
-                  IMG_NO_ERROR);
-        reference::DrawPolygon(p.ref, pts.data(), n, pen.has_fill ? pen.fill_bytes : nullptr, pen.width,
-                               pen.has_line ? pen.line_bytes : nullptr, pen.drawn_style);
-        ASSERT_TRUE(Same(p)) << "iter " << iter << " n " << n;
-    }
-}
-
-INSTANTIATE_TEST_SUITE_P(AllTypes, DrawReference, ::testing::ValuesIn(testing_support::kByteTypes),
-                         [](const ::testing::TestParamInfo<unsigned> &i) {
-                             return testing_support::TypeName(i.param);
-                         });
 
 // Huge and negative coordinates, against the same formulas in 64-bit arithmetic.
 TEST(DrawReferenceWide, HugeLinesAndPolygons) {

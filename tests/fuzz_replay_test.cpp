@@ -131,6 +131,13 @@ TEST(FuzzReplay, PublicEntryPointsAgainstTheirReferences) {
 
 TEST(FuzzReplay, DrawingAgainstItsReference) {
     Replay(imge_replay_draw_fuzzer, SeedsAndRandom("draw_fuzzer", 3, 600));
+    // Points, lines, polylines, rectangles, circles, polygons.
+    for (int shape = 0; shape < 6; ++shape) {
+        SCOPED_TRACE("shape " + std::to_string(shape));
+        fuzz::Steer() = fuzz::Steering{-1, shape};
+        Replay(imge_replay_draw_fuzzer, RandomInputs(400 + static_cast<unsigned>(shape), 1500));
+        fuzz::Steer() = fuzz::Steering{};
+    }
 }
 
 TEST(FuzzReplay, ExifBlocksAndJpegFiles) {

@@ -100,7 +100,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     IMG_BITMAP **bdst = in.Byte() % 3 == 0 ? &dst : nullptr;
     IMG_ERROR rc = IMG_NO_ERROR;
     bool compare = false;
-    const int shape = in.Range(0, 5);
+    const int shape = fuzz::Pinned(in.Range(0, 5), fuzz::Steer().op);
     switch (shape) {
         case 0: {
             const int32_t x = Coord(in, w, &reach), y = Coord(in, h, &reach);
