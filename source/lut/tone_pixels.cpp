@@ -4,7 +4,6 @@
 // so each call evaluates its formula once per possible input into a table
 // and the rows are table look-ups.
 #include <cmath>
-#include <cstring>
 
 #include "core/bitmap_check.h"
 #include "core/scratch.h"
