@@ -34,7 +34,7 @@ inline const TUbyte *Row(const IMF_BITMAP *b, TLong y) {
 // bytes is one increment among 65 536 counters (they stay in the
 // second-level cache), and both bytes of every pair go to the histogram at
 // the end. Half the increments of counting bytes one by one, which is what
-// a histogram pass costs (12 M luminance bytes: 3.3 instead of 5.3 ms).
+// a histogram pass costs (equalising 12 M grey pixels: 7.6 -> 6.8 ms).
 // Short of memory, every byte is counted on its own.
 class ByteCounter {
 public:
@@ -136,7 +136,8 @@ bool CountInPairs(const IMF_BITMAP *b, TUlong *hist) {
     return true;
 }
 
-// Multi-byte pixels: neighbouring pixels of a photograph often share values,
+// Multi-byte pixels (one or two channels counted, or too little memory for
+// the pairs): neighbouring pixels of a photograph often share values,
 // so even and odd pixels count into separate sets (no chain of increments on
 // one counter), summed at the end.
 template <int kBpp, int kChannels>
