@@ -27,24 +27,19 @@ HWY_INLINE V Clamp01(D d, V v) {
 template <int K, class D, class V>
 HWY_INLINE void HlsValue(D d, const V (&n1)[K], const V (&n2)[K], V (&hue)[K], V (&value)[K]) {
     const auto turn = hn::Set(d, 360.0), zero = hn::Zero(d);
-    for (;;) {
-        bool any = false;
-        for (int k = 0; k < K; ++k) {
-            const auto m = hn::Gt(hue[k], turn);
-            hue[k] = hn::IfThenElse(m, hn::Sub(hue[k], turn), hue[k]);
-            any |= !hn::AllFalse(d, m);
+    // One turn more in every lane that needs one, as long as any lane does.
+    auto turns = [&](auto needs_turn, auto turned) {
+        for (bool any = true; any;) {
+            any = false;
+            for (int k = 0; k < K; ++k) {
+                const auto m = needs_turn(hue[k]);
+                hue[k] = hn::IfThenElse(m, turned(hue[k]), hue[k]);
+                any |= !hn::AllFalse(d, m);
+            }
         }
-        if (!any) break;
-    }
-    for (;;) {
-        bool any = false;
-        for (int k = 0; k < K; ++k) {
-            const auto m = hn::Lt(hue[k], zero);
-            hue[k] = hn::IfThenElse(m, hn::Add(hue[k], turn), hue[k]);
-            any |= !hn::AllFalse(d, m);
-        }
-        if (!any) break;
-    }
+    };
+    turns([&](V x) { return hn::Gt(x, turn); }, [&](V x) { return hn::Sub(x, turn); });
+    turns([&](V x) { return hn::Lt(x, zero); }, [&](V x) { return hn::Add(x, turn); });
     for (int k = 0; k < K; ++k) {
         const auto rising = hn::Lt(hue[k], hn::Set(d, 60.0));
         const auto t = hn::IfThenElse(rising, hue[k], hn::Sub(hn::Set(d, 240.0), hue[k]));
