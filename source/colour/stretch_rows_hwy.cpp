@@ -20,29 +20,6 @@ namespace imge {
 namespace HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
 
-#if HWY_TARGET == HWY_AVX3_DL
-// All 256 entries held in four registers: bit 7 of the byte picks the half.
-struct Table256 {
-    __m512i q[4];
-    explicit Table256(const uint8_t *t) {
-        for (int i = 0; i < 4; ++i) q[i] = _mm512_loadu_si512(t + 64 * i);
-    }
-    template <class D, class V>
-    HWY_INLINE V operator()(D, V v) const {
-        const __m512i low = _mm512_permutex2var_epi8(q[0], v.raw, q[1]);
-        const __m512i high = _mm512_permutex2var_epi8(q[2], v.raw, q[3]);
-        return V{_mm512_mask_blend_epi8(_mm512_movepi8_mask(v.raw), low, high)};
-    }
-};
-#else
-struct Table256 {
-    const uint8_t *t;
-    explicit Table256(const uint8_t *table) : t(table) {}
-    template <class D, class V>
-    HWY_INLINE V operator()(D d, V v) const { return LookupPieces(d, t, v); }
-};
-#endif
-
 template <class D, class M, class V>
 HWY_INLINE V StretchPlane(D d, const Table256 &dark_table, const Table256 &bright_table, M dark, bool any_dark,
                           M bright, bool any_bright, V v) {

@@ -35,6 +35,32 @@ HWY_INLINE V LookupPieces(D d, const uint8_t *HWY_RESTRICT table, V v) {
 #endif
 }
 
+// A 256-entry table ready for whole-vector look-ups, t(d, v). With AVX-512
+// byte permutes (VBMI; files that want this target define HWY_WANT_AVX3_DL)
+// all 256 entries are held in four registers and a look-up is two permutes
+// and a blend (bit 7 of the byte picks the half); elsewhere LookupPieces.
+#if HWY_TARGET == HWY_AVX3_DL
+struct Table256 {
+    __m512i q[4];
+    explicit Table256(const uint8_t *t) {
+        for (int i = 0; i < 4; ++i) q[i] = _mm512_loadu_si512(t + 64 * i);
+    }
+    template <class D, class V>
+    HWY_INLINE V operator()(D, V v) const {
+        const __m512i low = _mm512_permutex2var_epi8(q[0], v.raw, q[1]);
+        const __m512i high = _mm512_permutex2var_epi8(q[2], v.raw, q[3]);
+        return V{_mm512_mask_blend_epi8(_mm512_movepi8_mask(v.raw), low, high)};
+    }
+};
+#else
+struct Table256 {
+    const uint8_t *t;
+    explicit Table256(const uint8_t *table) : t(table) {}
+    template <class D, class V>
+    HWY_INLINE V operator()(D d, V v) const { return LookupPieces(d, t, v); }
+};
+#endif
+
 // (77 r + 150 g + 29 b) >> 8 per byte lane (the sum is at most 65 280).
 template <class D, class V>
 HWY_INLINE V Luma(D d, V r, V g, V b) {

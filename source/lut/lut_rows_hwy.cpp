@@ -1,4 +1,9 @@
 // Vector kernels of the table engine (Highway, dispatched at run time).
+// Also compiled for AVX-512 with byte permutes (VBMI), where a 256-entry
+// look-up is two permutes and a blend instead of sixteen shuffles.
+#ifndef HWY_WANT_AVX3_DL
+#define HWY_WANT_AVX3_DL 1
+#endif
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "lut/lut_rows_hwy.cpp"
 #include <hwy/foreach_target.h>  // IWYU pragma: keep
@@ -40,12 +45,22 @@ void LutVec(uint8_t *HWY_RESTRICT p, std::size_t bytes, const uint8_t *HWY_RESTR
     for (std::size_t i = 0; i < N; ++i) pattern[i] = (i & 3) == 3 ? 0xFF : 0;
     const auto keep = hn::Eq(hn::Load(d, pattern), hn::Set(d, 0xFF));
     const auto nibble = hn::Set(d, 0x0F);
-    decltype(hn::Zero(d)) piece[16];
-    for (int h = 0; h < 16; ++h) piece[h] = hn::LoadDup128(d, table + 16 * h);
     // The pieces and the byte-3 pattern need whole 16-byte blocks: a
     // one-lane target takes the plain loop.
     const std::size_t vec_bytes = N % 16 == 0 ? bytes : 0;
     std::size_t i = 0;
+#if HWY_TARGET == HWY_AVX3_DL
+    (void)nibble;
+    const Table256 lookup(table);
+    for (; i + N <= vec_bytes; i += N) {
+        const auto v = hn::LoadU(d, p + i);
+        auto r = lookup(d, v);
+        if (keep3) r = hn::IfThenElse(keep, v, r);
+        hn::StoreU(r, d, p + i);
+    }
+#else
+    decltype(hn::Zero(d)) piece[16];
+    for (int h = 0; h < 16; ++h) piece[h] = hn::LoadDup128(d, table + 16 * h);
     for (; i + N <= vec_bytes; i += N) {
         const auto v = hn::LoadU(d, p + i);
         const auto lo = hn::And(v, nibble);
@@ -57,6 +72,7 @@ void LutVec(uint8_t *HWY_RESTRICT p, std::size_t bytes, const uint8_t *HWY_RESTR
         if (keep3) r = hn::IfThenElse(keep, v, r);
         hn::StoreU(r, d, p + i);
     }
+#endif
     for (; i < bytes; ++i)
         if (!keep3 || (i & 3) != 3) p[i] = table[p[i]];
 }
@@ -67,12 +83,12 @@ void LutTriplesVec(uint8_t *HWY_RESTRICT p, std::size_t n, const uint8_t *HWY_RE
                    const uint8_t *HWY_RESTRICT t1, const uint8_t *HWY_RESTRICT t2) {
     const hn::ScalableTag<uint8_t> d;
     const std::size_t N = hn::Lanes(d);
+    const Table256 l0(t0), l1(t1), l2(t2);
     std::size_t i = 0;
     for (; i + N <= n; i += N) {
         decltype(hn::Zero(d)) v0, v1, v2;
         hn::LoadInterleaved3(d, p + 3 * i, v0, v1, v2);
-        hn::StoreInterleaved3(LookupPieces(d, t0, v0), LookupPieces(d, t1, v1), LookupPieces(d, t2, v2), d,
-                              p + 3 * i);
+        hn::StoreInterleaved3(l0(d, v0), l1(d, v1), l2(d, v2), d, p + 3 * i);
     }
     for (; i < n; ++i) {
         uint8_t *q = p + 3 * i;
@@ -85,12 +101,12 @@ void LutQuadsThreeVec(uint8_t *HWY_RESTRICT p, std::size_t n, const uint8_t *HWY
                       const uint8_t *HWY_RESTRICT t1, const uint8_t *HWY_RESTRICT t2) {
     const hn::ScalableTag<uint8_t> d;
     const std::size_t N = hn::Lanes(d);
+    const Table256 l0(t0), l1(t1), l2(t2);
     std::size_t i = 0;
     for (; i + N <= n; i += N) {
         decltype(hn::Zero(d)) v0, v1, v2, v3;
         hn::LoadInterleaved4(d, p + 4 * i, v0, v1, v2, v3);
-        hn::StoreInterleaved4(LookupPieces(d, t0, v0), LookupPieces(d, t1, v1), LookupPieces(d, t2, v2), v3, d,
-                              p + 4 * i);
+        hn::StoreInterleaved4(l0(d, v0), l1(d, v1), l2(d, v2), v3, d, p + 4 * i);
     }
     for (; i < n; ++i) {
         uint8_t *q = p + 4 * i;
