@@ -33,9 +33,10 @@ void XorPattern(uint8_t *HWY_RESTRICT p, std::size_t bytes, uint8_t m3) {
     for (; i < bytes; ++i) p[i] ^= pattern[i & 3];
 }
 
-// 256-entry lookup in vectors: the table is split into sixteen 16-byte
-// pieces; each byte's low nibble indexes a piece (a byte shuffle per 128-bit
-// block), its high nibble selects which piece's answer it keeps.
+// 256-entry lookup in vectors: with byte permutes the four-register table;
+// otherwise the table split into sixteen 16-byte pieces, each byte's low
+// nibble indexing a piece (a byte shuffle per 128-bit block), its high nibble
+// selecting which piece's answer it keeps.
 // keep3: leave every fourth byte (byte 3 of 4-byte pixels) unchanged.
 template <bool keep3>
 void LutVec(uint8_t *HWY_RESTRICT p, std::size_t bytes, const uint8_t *HWY_RESTRICT table) {
@@ -44,35 +45,32 @@ void LutVec(uint8_t *HWY_RESTRICT p, std::size_t bytes, const uint8_t *HWY_RESTR
     HWY_ALIGN uint8_t pattern[HWY_MAX_BYTES];
     for (std::size_t i = 0; i < N; ++i) pattern[i] = (i & 3) == 3 ? 0xFF : 0;
     const auto keep = hn::Eq(hn::Load(d, pattern), hn::Set(d, 0xFF));
-    const auto nibble = hn::Set(d, 0x0F);
     // The pieces and the byte-3 pattern need whole 16-byte blocks: a
     // one-lane target takes the plain loop.
     const std::size_t vec_bytes = N % 16 == 0 ? bytes : 0;
-    std::size_t i = 0;
 #if HWY_TARGET == HWY_AVX3_DL
-    (void)nibble;
     const Table256 lookup(table);
+#else
+    // The sixteen pieces stay in registers for the whole row.
+    decltype(hn::Zero(d)) piece[16];
+    for (int h = 0; h < 16; ++h) piece[h] = hn::LoadDup128(d, table + 16 * h);
+    const auto nibble = hn::Set(d, 0x0F);
+    auto lookup = [&](decltype(d), hn::Vec<decltype(d)> v) {
+        const auto lo = hn::And(v, nibble);
+        const auto hi = hn::ShiftRight<4>(v);
+        auto r = hn::TableLookupBytes(piece[0], lo);
+        for (int h = 1; h < 16; ++h)
+            r = hn::IfThenElse(hn::Eq(hi, hn::Set(d, static_cast<uint8_t>(h))), hn::TableLookupBytes(piece[h], lo), r);
+        return r;
+    };
+#endif
+    std::size_t i = 0;
     for (; i + N <= vec_bytes; i += N) {
         const auto v = hn::LoadU(d, p + i);
         auto r = lookup(d, v);
         if (keep3) r = hn::IfThenElse(keep, v, r);
         hn::StoreU(r, d, p + i);
     }
-#else
-    decltype(hn::Zero(d)) piece[16];
-    for (int h = 0; h < 16; ++h) piece[h] = hn::LoadDup128(d, table + 16 * h);
-    for (; i + N <= vec_bytes; i += N) {
-        const auto v = hn::LoadU(d, p + i);
-        const auto lo = hn::And(v, nibble);
-        const auto hi = hn::ShiftRight<4>(v);
-        auto r = hn::TableLookupBytes(piece[0], lo);
-        for (int h = 1; h < 16; ++h)
-            r = hn::IfThenElse(hn::Eq(hi, hn::Set(d, static_cast<uint8_t>(h))),
-                               hn::TableLookupBytes(piece[h], lo), r);
-        if (keep3) r = hn::IfThenElse(keep, v, r);
-        hn::StoreU(r, d, p + i);
-    }
-#endif
     for (; i < bytes; ++i)
         if (!keep3 || (i & 3) != 3) p[i] = table[p[i]];
 }
