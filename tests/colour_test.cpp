@@ -15,6 +15,7 @@
 #include "libformat.h"
 #include "libimge.h"
 #include "libtools.h"
+#include "noise/draws.h"
 #include "reference/colour_reference.h"
 #include "support/bitmaps.h"
 #include "support/reference_check.h"
@@ -487,6 +488,17 @@ TEST(Noise, SameSecondGivesTheReferencesDraws) {
             EXPECT_EQ(dst->TransparentIndex, -1);
             break;
         }
+    }
+}
+
+// The private generator is what rand() gives after the same srand, across
+// several blocks and for seeds at the edges of the seeding arithmetic (on a C
+// library with another generator the calls fall back to rand() itself).
+TEST(Noise, PrivateGeneratorIsRand) {
+    for (unsigned seed : {0u, 1u, 12345u, 2147483647u, 2147483648u, 4294967295u}) {
+        srand(seed);
+        imge::FeedbackDraws copy(seed);
+        for (int i = 0; i < 5000; ++i) ASSERT_EQ(copy.Next(), static_cast<unsigned>(rand())) << seed << " draw " << i;
     }
 }
 

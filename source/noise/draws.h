@@ -14,36 +14,53 @@ namespace imge {
 
 // The additive feedback generator behind glibc's rand() (its default state
 // of 31 words): seeded by the minimal standard generator 16807 x mod 2^31 - 1,
-// then x[n] = x[n - 31] + x[n - 3] mod 2^32 with the first 310 values thrown
-// away; each draw is x[n] >> 1.
+// then y[n] = y[n - 31] + y[n - 3] mod 2^32 with the first 310 values thrown
+// away; each draw is y[n] >> 1. Values are made a block at a time through the
+// same recurrence unfolded twice, y[n] = y[n-9] + y[n-31] + y[n-34] + y[n-37],
+// whose shortest distance of 9 lets the block loop run in vectors.
 class FeedbackDraws {
 public:
     explicit FeedbackDraws(unsigned seed) {
         if (seed == 0) seed = 1;
-        r_[0] = static_cast<std::uint32_t>(seed);
-        long word = static_cast<long>(seed);  // long as the C library has it (32 bits on i386)
+        // first[i] is y[i - 31]: the 31 seeded words, then the 310 thrown away.
+        std::uint32_t first[31 + 310];
+        first[0] = static_cast<std::uint32_t>(seed);
+        // A 32-bit signed word as the C library has it: seeds from 2^31 on
+        // start negative.
+        std::int32_t word = static_cast<std::int32_t>(seed);
         for (int i = 1; i < 31; ++i) {
             const long hi = word / 127773;
             const long lo = word % 127773;
-            word = 16807 * lo - 2836 * hi;
+            word = static_cast<std::int32_t>(16807 * lo - 2836 * hi);
             if (word < 0) word += 2147483647;
-            r_[i] = static_cast<std::uint32_t>(word);
+            first[i] = static_cast<std::uint32_t>(word);
         }
-        front_ = 3;
-        rear_ = 0;
-        for (int i = 0; i < 310; ++i) Next();
+        // The generator's state words start three places on: y[-31..-1] are
+        // words 3..30 and 0..2.
+        std::uint32_t words[31];
+        for (int i = 0; i < 31; ++i) words[i] = first[(i + 3) % 31];
+        for (int i = 0; i < 31; ++i) first[i] = words[i];
+        for (int i = 31; i < 31 + 310; ++i) first[i] = first[i - 31] + first[i - 3];
+        for (int i = 0; i < kHistory; ++i) y_[kBlock + i] = first[31 + 310 - kHistory + i];
+        pos_ = kEnd;
     }
 
     unsigned Next() {
-        const std::uint32_t v = r_[front_] += r_[rear_];
-        front_ = front_ == 30 ? 0 : front_ + 1;
-        rear_ = rear_ == 30 ? 0 : rear_ + 1;
-        return v >> 1;
+        if (pos_ == kEnd) Refill();
+        return y_[pos_++] >> 1;
     }
 
 private:
-    std::uint32_t r_[31];
-    int front_, rear_;
+    static constexpr int kHistory = 37, kBlock = 1024, kEnd = kHistory + kBlock;
+
+    void Refill() {
+        for (int i = 0; i < kHistory; ++i) y_[i] = y_[kBlock + i];
+        for (int i = kHistory; i < kEnd; ++i) y_[i] = y_[i - 9] + y_[i - 31] + y_[i - 34] + y_[i - 37];
+        pos_ = kHistory;
+    }
+
+    std::uint32_t y_[kEnd];
+    int pos_;
 };
 
 // rand() itself, for C libraries whose generator the copy does not match.
