@@ -1,8 +1,13 @@
-// Resampling: area averaging along a side that shrinks, bilinear along a
-// side that grows, separable (rows first, then columns), per byte position.
-// Binary and colour-mapped bitmaps are resampled by nearest neighbour, as
-// palette indices and bits cannot be averaged.
+// Resampling, separable, per byte position: rows first, then columns, each
+// pass rounded to bytes. Along a side that shrinks, a box of the scale's width
+// (area averaging); along a side that grows, the Catmull-Rom cubic; a side
+// that keeps its length is copied. Weights are those of the usual separable
+// resampler (Pillow's, among others): the filter sampled at source pixel
+// centres, cut at the picture's edges and normalised there, in 22-bit fixed
+// point. Binary and colour-mapped bitmaps are resampled by nearest neighbour,
+// as palette indices and bits cannot be averaged.
 #include <cmath>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 
@@ -10,48 +15,110 @@
 
 namespace {
 
-// Weights of source samples for each output sample along one axis, stored
-// as a fixed number of taps per output (zero-padded).
+constexpr int kBits = 22;  // fixed-point weights: 1.0 is 1 << 22
+constexpr std::int32_t kHalf = 1 << (kBits - 1);
+
+double Box(double x) { return x > -0.5 && x <= 0.5 ? 1.0 : 0.0; }
+double CatmullRom(double x) {
+    const double a = -0.5;
+    x = std::fabs(x);
+    if (x < 1.0) return ((a + 2.0) * x - (a + 3.0)) * x * x + 1.0;
+    if (x < 2.0) return (((x - 5.0) * x + 8.0) * x - 4.0) * a;
+    return 0.0;
+}
+
+inline std::uint8_t ToByte(std::int32_t ss) {
+    const std::int32_t v = ss >> kBits;  // arithmetic shift: negative sums round down
+    return static_cast<std::uint8_t>(v < 0 ? 0 : v > 255 ? 255 : v);
+}
+
+// Weights of the source samples for each output sample along one axis.
 struct Taps {
-    int count = 0;          // taps per output sample
-    int *first = nullptr;   // first source index per output sample
-    float *w = nullptr;     // count weights per output sample
-    ~Taps() { std::free(first); std::free(w); }
+    int stride = 0;                // weights stored per output sample
+    int *first = nullptr;          // first source index per output sample
+    int *count = nullptr;          // weights in use per output sample
+    std::int32_t *w = nullptr;     // stride weights per output sample
+    int equal = 0;                 // k when every output averages k samples from k * i on
+    ~Taps() { std::free(first); std::free(count); std::free(w); }
 };
 
-bool MakeTaps(int src_n, int dst_n, Taps *t) {
-    const double scale = static_cast<double>(src_n) / dst_n;
-    t->count = dst_n <= src_n ? static_cast<int>(std::ceil(scale)) + 1 : 2;
-    t->first = static_cast<int *>(std::calloc(static_cast<std::size_t>(dst_n), sizeof(int)));
-    t->w = static_cast<float *>(std::calloc(static_cast<std::size_t>(dst_n) * t->count, sizeof(float)));
-    if (!t->first || !t->w) return false;
-    for (int i = 0; i < dst_n; ++i) {
-        float *w = t->w + static_cast<std::size_t>(i) * t->count;
-        if (dst_n <= src_n) {  // area averaging over [i*scale, (i+1)*scale)
-            double lo = i * scale, hi = (i + 1) * scale;
-            int a = static_cast<int>(std::floor(lo));
-            int b = static_cast<int>(std::ceil(hi));
-            if (b > src_n) b = src_n;
-            if (b - a > t->count) b = a + t->count;
-            t->first[i] = a;
-            for (int k = a; k < b; ++k)
-                w[k - a] = static_cast<float>((std::fmin(hi, k + 1.0) - std::fmax(lo, static_cast<double>(k))) / scale);
-        } else {  // bilinear between the two nearest centres
-            double x = (i + 0.5) * scale - 0.5;
-            if (x < 0) x = 0;
-            int a = static_cast<int>(x);
-            if (a >= src_n - 1) {
-                t->first[i] = src_n - 1;
-                w[0] = 1.0f;
-                continue;
-            }
-            float f = static_cast<float>(x - a);
-            t->first[i] = a;
-            w[0] = 1.0f - f;
-            w[1] = f;
+bool MakeTaps(int in, int out, Taps *t) {
+    const bool grow = out > in;
+    const double scale = static_cast<double>(in) / out;
+    const double filterscale = scale < 1.0 ? 1.0 : scale;
+    const double support = (grow ? 2.0 : 0.5) * filterscale;
+    const double ss = 1.0 / filterscale;
+    t->stride = static_cast<int>(std::ceil(support)) * 2 + 1;
+    t->first = static_cast<int *>(std::calloc(static_cast<std::size_t>(out), sizeof(int)));
+    t->count = static_cast<int *>(std::calloc(static_cast<std::size_t>(out), sizeof(int)));
+    t->w = static_cast<std::int32_t *>(
+        std::calloc(static_cast<std::size_t>(out) * t->stride, sizeof(std::int32_t)));
+    double *k = static_cast<double *>(std::malloc(static_cast<std::size_t>(t->stride) * sizeof(double)));
+    if (!t->first || !t->count || !t->w || !k) {
+        std::free(k);
+        return false;
+    }
+    for (int i = 0; i < out; ++i) {
+        const double centre = (i + 0.5) * scale;
+        int lo = static_cast<int>(centre - support + 0.5);
+        int hi = static_cast<int>(centre + support + 0.5);
+        if (lo < 0) lo = 0;
+        if (hi > in) hi = in;
+        double sum = 0.0;
+        for (int x = lo; x < hi; ++x) {
+            const double arg = (x - centre + 0.5) * ss;
+            k[x - lo] = grow ? CatmullRom(arg) : Box(arg);
+            sum += k[x - lo];
         }
+        std::int32_t *w = t->w + static_cast<std::size_t>(i) * t->stride;
+        for (int x = 0; x < hi - lo; ++x) {
+            const double v = (sum != 0.0 ? k[x] / sum : k[x]) * (1 << kBits);
+            w[x] = static_cast<std::int32_t>(v < 0 ? v - 0.5 : v + 0.5);
+        }
+        t->first[i] = lo;
+        t->count[i] = hi - lo;
+    }
+    std::free(k);
+    // Shrinking by a whole factor: output i averages k samples from k * i on,
+    // all with the same weight (the box falls exactly on pixel edges).
+    if (!grow && in % out == 0) {
+        const int f = in / out;
+        bool equal = true;
+        for (int i = 0; i < out && equal; ++i) {
+            const std::int32_t *w = t->w + static_cast<std::size_t>(i) * t->stride;
+            equal = t->first[i] == f * i && t->count[i] == f;
+            for (int x = 0; x < f && equal; ++x) equal = w[x] == t->w[0];
+        }
+        if (equal) t->equal = f;
     }
     return true;
+}
+
+// One row through the horizontal taps: out has `width` pixels of BPP bytes.
+template <int BPP>
+void RowPass(const std::uint8_t *s, const Taps &t, int width, int bpp, std::uint8_t *out) {
+    const int n = BPP ? BPP : bpp;
+    if (t.equal) {
+        const int f = t.equal;
+        const std::int32_t w = t.w[0];
+        for (int x = 0; x < width; ++x, s += f * n, out += n)
+            for (int c = 0; c < n; ++c) {
+                std::int32_t sum = 0;
+                for (int j = 0; j < f; ++j) sum += s[j * n + c];
+                out[c] = ToByte(kHalf + w * sum);
+            }
+        return;
+    }
+    for (int x = 0; x < width; ++x, out += n) {
+        const std::int32_t *w = t.w + static_cast<std::size_t>(x) * t.stride;
+        const std::uint8_t *p = s + static_cast<std::size_t>(t.first[x]) * n;
+        const int count = t.count[x];
+        for (int c = 0; c < n; ++c) {
+            std::int32_t ss = kHalf;
+            for (int j = 0; j < count; ++j) ss += p[j * n + c] * w[j];
+            out[c] = ToByte(ss);
+        }
+    }
 }
 
 }  // namespace
@@ -90,38 +157,44 @@ IMF_ERROR imfResize(const IMF_BITMAP *src, IMF_BITMAP *dst, TLong width, TLong h
     const int bpp = src->BytesPerPixel;
     Taps tx, ty;
     const std::size_t row = static_cast<std::size_t>(width) * bpp;
-    // Horizontal pass into a float image of sh rows x width pixels, then vertical.
-    float *mid = static_cast<float *>(std::malloc(static_cast<std::size_t>(sh) * row * sizeof(float)));
-    if (!mid || !MakeTaps(sw, width, &tx) || !MakeTaps(sh, height, &ty)) {
-        std::free(mid);
+    if (!MakeTaps(sw, width, &tx) || !MakeTaps(sh, height, &ty)) {
         imfFree(&out);
         return IMF_ERRMEMORY;
     }
-    for (int y = 0; y < sh; ++y) {
+    // Rows first, for the source rows the columns reach; then the columns,
+    // a whole output row at a time.
+    const int top = ty.first[0];
+    const int bottom = ty.first[height - 1] + ty.count[height - 1];
+    std::uint8_t *mid = static_cast<std::uint8_t *>(std::malloc(static_cast<std::size_t>(bottom - top) * row));
+    std::int32_t *acc = static_cast<std::int32_t *>(std::malloc(row * sizeof(std::int32_t)));
+    if (!mid || !acc) {
+        std::free(mid);
+        std::free(acc);
+        imfFree(&out);
+        return IMF_ERRMEMORY;
+    }
+    for (int y = top; y < bottom; ++y) {
         const TUbyte *s = src->Data + static_cast<long long>(y) * src->BytesPerLine;
-        float *m = mid + static_cast<std::size_t>(y) * row;
-        for (int x = 0; x < width; ++x) {
-            const float *w = tx.w + static_cast<std::size_t>(x) * tx.count;
-            const int first = tx.first[x];
-            for (int c = 0; c < bpp; ++c) {
-                float acc = 0;
-                for (int k = 0; k < tx.count && first + k < sw; ++k) acc += w[k] * s[(first + k) * bpp + c];
-                m[x * bpp + c] = acc;
-            }
+        std::uint8_t *m = mid + static_cast<std::size_t>(y - top) * row;
+        switch (bpp) {
+            case 1: RowPass<1>(s, tx, width, bpp, m); break;
+            case 3: RowPass<3>(s, tx, width, bpp, m); break;
+            case 4: RowPass<4>(s, tx, width, bpp, m); break;
+            default: RowPass<0>(s, tx, width, bpp, m); break;
         }
     }
     for (int y = 0; y < height; ++y) {
-        const float *w = ty.w + static_cast<std::size_t>(y) * ty.count;
-        const int first = ty.first[y];
-        TUbyte *d = out.Data + static_cast<long long>(y) * out.BytesPerLine;
-        for (std::size_t i = 0; i < row; ++i) {
-            float acc = 0;
-            for (int k = 0; k < ty.count && first + k < sh; ++k)
-                acc += w[k] * mid[static_cast<std::size_t>(first + k) * row + i];
-            int v = static_cast<int>(std::lround(acc));
-            d[i] = static_cast<TUbyte>(v < 0 ? 0 : v > 255 ? 255 : v);
+        const std::int32_t *w = ty.w + static_cast<std::size_t>(y) * ty.stride;
+        const std::uint8_t *m = mid + static_cast<std::size_t>(ty.first[y] - top) * row;
+        for (std::size_t i = 0; i < row; ++i) acc[i] = kHalf;
+        for (int k = 0; k < ty.count[y]; ++k, m += row) {
+            const std::int32_t wk = w[k];
+            for (std::size_t i = 0; i < row; ++i) acc[i] += m[i] * wk;
         }
+        TUbyte *d = out.Data + static_cast<long long>(y) * out.BytesPerLine;
+        for (std::size_t i = 0; i < row; ++i) d[i] = ToByte(acc[i]);
     }
+    std::free(acc);
     std::free(mid);
     *dst = out;
     return IMF_NOERROR;

@@ -4,7 +4,7 @@
 set -euo pipefail
 packages=(cmake make g++ pkg-config libjpeg62-turbo-dev libhwy-dev libpng-dev
           libgtest-dev libbenchmark-dev libopencv-imgproc-dev libjpeg-turbo-progs
-          libimage-exiftool-perl)
+          libimage-exiftool-perl python3-numpy python3-pil)
 packages+=("$@")
 missing=()
 for p in "${packages[@]}"; do
