@@ -69,10 +69,6 @@ std::vector<Case> RandomInputs(unsigned seed, int count) {
 // Runs every case; a finding is reported with the case's name and the
 // harness's message, and the run goes on with the next case.
 void Replay(Harness harness, const std::vector<Case> &cases) {
-    // The harnesses set IMGE_FORCE_SCALAR per input; the suite's own setting
-    // comes back afterwards.
-    const char *forced = std::getenv("IMGE_FORCE_SCALAR");
-    const std::string saved = forced ? forced : "";
     fuzz::Handler() = [](const std::string &message) { throw std::runtime_error(message); };
     int findings = 0;
     for (const Case &c : cases) {
@@ -84,8 +80,6 @@ void Replay(Harness harness, const std::vector<Case> &cases) {
         }
     }
     fuzz::Handler() = nullptr;
-    if (forced) setenv("IMGE_FORCE_SCALAR", saved.c_str(), 1);
-    else unsetenv("IMGE_FORCE_SCALAR");
 }
 
 void OnEveryTarget(Harness harness, const std::vector<Case> &cases) {

@@ -9,7 +9,6 @@
 
 #include "colour/sepia_rows.h"
 #include "core/byte_vectors-inl.h"
-#include "core/dispatch.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace imge {
@@ -152,7 +151,6 @@ void SepiaRowPlain(IMG_UINT8 *p, IMG_INT32 n, int bpp, const RgbPositions &pos, 
 }
 
 void SepiaRow(IMG_UINT8 *p, IMG_INT32 n, int bpp, const RgbPositions &pos, const SepiaTone &t) {
-    if (ScalarForced()) return SepiaRowPlain(p, n, bpp, pos, t);
     HWY_DYNAMIC_DISPATCH(SepiaRowVec)(p, n, bpp, pos, t);
 }
 

@@ -13,7 +13,6 @@
 
 #include "colour/stretch_rows.h"
 #include "core/byte_vectors-inl.h"
-#include "core/dispatch.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace imge {
@@ -93,7 +92,6 @@ void StretchRowPlain(const TUbyte *in, TUbyte *out, TLong n, int bpp, const Stre
 }
 
 void StretchRow(const TUbyte *in, TUbyte *out, TLong n, int bpp, const StretchTables &t) {
-    if (ScalarForced()) return StretchRowPlain(in, out, n, bpp, t);
     HWY_DYNAMIC_DISPATCH(StretchRowVec)(in, out, n, bpp, t);
 }
 

@@ -6,7 +6,6 @@
 #include <hwy/foreach_target.h>  // IWYU pragma: keep
 #include <hwy/highway.h>
 
-#include "core/dispatch.h"
 #include "lut/luma_rows.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -24,6 +23,9 @@ HWY_INLINE hn::Vec<D16> Weighted(D16 d16, V8 r, V8 g, V8 b) {
 
 void LumaRowVec(const uint8_t *HWY_RESTRICT p, std::size_t n, int bpp, int r, int g, int b,
                 uint8_t *HWY_RESTRICT out) {
+#if HWY_TARGET == HWY_SCALAR
+    return LumaRowScalar(p, n, bpp, r, g, b, out);
+#else
     const hn::ScalableTag<uint16_t> d16;
     const hn::Rebind<uint8_t, decltype(d16)> d8;
     const hn::Rebind<int16_t, decltype(d16)> di16;  // results are at most 255: narrowing from signed is exact
@@ -43,6 +45,7 @@ void LumaRowVec(const uint8_t *HWY_RESTRICT p, std::size_t n, int bpp, int r, in
         }
     }
     LumaRowScalar(p + i * bpp, n - i, bpp, r, g, b, out + i);
+#endif
 }
 
 }  // namespace HWY_NAMESPACE
@@ -59,7 +62,6 @@ void LumaRowScalar(const uint8_t *p, std::size_t n, int bpp, int r, int g, int b
 }
 
 void LumaRow(const uint8_t *p, std::size_t n, int bpp, int r, int g, int b, uint8_t *out) {
-    if (ScalarForced()) return LumaRowScalar(p, n, bpp, r, g, b, out);
     HWY_DYNAMIC_DISPATCH(LumaRowVec)(p, n, bpp, r, g, b, out);
 }
 

@@ -254,7 +254,7 @@ void CheckTrueColour(fuzz::Input &in, IMG_BITMAP *src) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
-    fuzz::ChoosePaths(data, size);
+    const fuzz::PathChoice paths(data, size);
     fuzz::Input in(data, size);
     const unsigned type = testing_support::kAllTypes[in.Range(0, 9)];
     const int w = fuzz::Side(in, 100), h = fuzz::Side(in, 24);
