@@ -9,7 +9,7 @@
 #include "libformat.h"
 #include "lut/luma_rows.h"
 #include "libtools.h"
-#include "pixel_types.h"
+#include "records/pixel_types.h"
 
 namespace imge {
 namespace {
