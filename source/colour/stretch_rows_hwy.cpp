@@ -3,9 +3,6 @@
 // passed through, the others go through both tables by byte shuffles.
 // Also compiled for AVX-512 with byte permutes (VBMI), where a 256-entry
 // table lookup is two permutes and a blend.
-#ifndef HWY_WANT_AVX3_DL
-#define HWY_WANT_AVX3_DL 1
-#endif
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "colour/stretch_rows_hwy.cpp"
 #include <hwy/foreach_target.h>  // IWYU pragma: keep

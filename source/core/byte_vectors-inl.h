@@ -36,7 +36,7 @@ HWY_INLINE V LookupPieces(D d, const uint8_t *HWY_RESTRICT table, V v) {
 }
 
 // A 256-entry table ready for whole-vector look-ups, t(d, v). With AVX-512
-// byte permutes (VBMI; files that want this target define HWY_WANT_AVX3_DL)
+// byte permutes (VBMI; CMakeLists.txt names the files that compile it)
 // all 256 entries are held in four registers and a look-up is two permutes
 // and a blend (bit 7 of the byte picks the half); elsewhere LookupPieces.
 #if HWY_TARGET == HWY_AVX3_DL

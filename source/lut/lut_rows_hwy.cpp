@@ -1,9 +1,6 @@
 // Vector kernels of the table engine (Highway, dispatched at run time).
 // Also compiled for AVX-512 with byte permutes (VBMI), where a 256-entry
 // look-up is two permutes and a blend instead of sixteen shuffles.
-#ifndef HWY_WANT_AVX3_DL
-#define HWY_WANT_AVX3_DL 1
-#endif
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "lut/lut_rows_hwy.cpp"
 #include <hwy/foreach_target.h>  // IWYU pragma: keep
