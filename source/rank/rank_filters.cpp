@@ -1,6 +1,6 @@
 // The rank filters and the Gaussian blur: each is the shared row frame with
 // its size test and its row kernel.
-#include "filters/row_frame.h"
+#include "core/row_frame.h"
 #include "libformat.h"
 #include "rank/rank_kernels.h"
 
