@@ -8,6 +8,7 @@
 #include <random>
 #include <vector>
 
+#include "blur/gauss_rows.h"
 #include "rank/rank_rows.h"
 #include "reference/rank_reference.h"
 #include "support/bitmaps.h"
