@@ -11,6 +11,7 @@
 #include "core/bitmap_check.h"
 #include "core/separate_frame.h"
 #include "libformat.h"
+#include "libtools.h"
 #include "noise/noise.h"
 
 namespace imge {
@@ -71,7 +72,7 @@ extern "C" {
 IMF_ERROR imfNoise(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, double amount, TWord type) {
     if (!imge::BitmapIsValid(src) || src->Type == IMF_BINARY) return IMF_ERRBADBITMAP;
     IMF_RECT r;
-    if (imge::ResolveSeparateArea(src, area, &r) != IMF_NOERROR) return IMF_ERRBADPARAMS;
+    if (imfGetClippingRect(src, area, &r)) return IMF_ERRBADPARAMS;
     if (!std::isfinite(amount) || amount < 0.0 || (type == IMF_NoisePoisson && amount == 0.0))
         return IMF_ERRBADPARAMS;
     IMF_BITMAP fresh;
@@ -92,7 +93,7 @@ IMF_ERROR imfNoise(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, doubl
             }
         }
     });
-    imge::FinishSeparate(src, dst, &fresh);
+    imge::HandOver(src, dst, &fresh);
     return IMF_NOERROR;
 }
 
