@@ -79,7 +79,7 @@ void CheckLuminanceRows() {
             if (n) std::memset(row.data(), 255, static_cast<std::size_t>(o.bpp));  // the largest sum
             std::vector<uint8_t> fast(n + 1, 7), plain(n + 1, 7);
             imge::LumaRow(row.data(), n, o.bpp, o.r, o.g, o.b, fast.data());
-            imge::LumaRowScalar(row.data(), n, o.bpp, o.r, o.g, o.b, plain.data());
+            imge::LumaRowPlain(row.data(), n, o.bpp, o.r, o.g, o.b, plain.data());
             ASSERT_EQ(fast, plain) << "bpp " << o.bpp << " n " << n;
             if (n) {
                 ASSERT_EQ(fast[0], 255);

@@ -49,15 +49,7 @@ void LutVec(uint8_t *HWY_RESTRICT p, std::size_t bytes, const uint8_t *HWY_RESTR
     // The sixteen pieces stay in registers for the whole row.
     decltype(hn::Zero(d)) piece[16];
     for (int h = 0; h < 16; ++h) piece[h] = hn::LoadDup128(d, table + 16 * h);
-    const auto nibble = hn::Set(d, 0x0F);
-    auto lookup = [&](decltype(d), hn::Vec<decltype(d)> v) {
-        const auto lo = hn::And(v, nibble);
-        const auto hi = hn::ShiftRight<4>(v);
-        auto r = hn::TableLookupBytes(piece[0], lo);
-        for (int h = 1; h < 16; ++h)
-            r = hn::IfThenElse(hn::Eq(hi, hn::Set(d, static_cast<uint8_t>(h))), hn::TableLookupBytes(piece[h], lo), r);
-        return r;
-    };
+    auto lookup = [&](decltype(d), hn::Vec<decltype(d)> v) { return LookupLoadedPieces(d, piece, v); };
 #endif
     std::size_t i = 0;
     for (; i + N <= bytes; i += N) {

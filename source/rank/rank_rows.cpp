@@ -6,14 +6,14 @@
 
 namespace imge {
 
-void PickRowsScalar(bool is_max, const uint8_t *a, const uint8_t *b, uint8_t *dst, std::size_t len) {
+void PickRowsPlain(bool is_max, const uint8_t *a, const uint8_t *b, uint8_t *dst, std::size_t len) {
     if (is_max)
         for (std::size_t t = 0; t < len; ++t) dst[t] = a[t] > b[t] ? a[t] : b[t];
     else
         for (std::size_t t = 0; t < len; ++t) dst[t] = a[t] < b[t] ? a[t] : b[t];
 }
 
-void MinMaxRowScalar(bool is_max, const uint8_t *const *slots, int n, int bpp, int begin, int end,
+void MinMaxRowPlain(bool is_max, const uint8_t *const *slots, int n, int bpp, int begin, int end,
                      uint8_t *scratch, uint8_t *out, bool vertical_done) {
     const std::size_t count = static_cast<std::size_t>(end - begin);
     std::size_t len = count + static_cast<std::size_t>(n - 1) * bpp;

@@ -72,10 +72,10 @@ void RunNet(const NetProgram &p, int kind, int n, const uint8_t *const *rows, in
 void MedianHistogramRow(const uint8_t *const *slots, int n, int bpp, int begin, int end, uint8_t *out);
 
 // Scalar versions (the plain paths; identical bytes).
-void MinMaxRowScalar(bool is_max, const uint8_t *const *slots, int n, int bpp, int begin, int end,
+void MinMaxRowPlain(bool is_max, const uint8_t *const *slots, int n, int bpp, int begin, int end,
                      uint8_t *scratch, uint8_t *out, bool vertical_done);
-void PickRowsScalar(bool is_max, const uint8_t *a, const uint8_t *b, uint8_t *dst, std::size_t len);
-void RunNetScalar(const NetProgram &p, const uint8_t *const *rows, int bpp, std::size_t begin, std::size_t count,
+void PickRowsPlain(bool is_max, const uint8_t *a, const uint8_t *b, uint8_t *dst, std::size_t len);
+void RunNetPlain(const NetProgram &p, const uint8_t *const *rows, int bpp, std::size_t begin, std::size_t count,
                   uint8_t *const *outs);
 
 }  // namespace imge

@@ -102,7 +102,7 @@ void MinMaxImpl(const uint8_t *const *slots, int n, int bpp, int begin, int end,
 void MinMaxRowVec(bool is_max, const uint8_t *const *slots, int n, int bpp, int begin, int end,
                   uint8_t *HWY_RESTRICT scratch, uint8_t *HWY_RESTRICT out, bool vertical_done) {
 #if HWY_TARGET == HWY_SCALAR
-    return MinMaxRowScalar(is_max, slots, n, bpp, begin, end, scratch, out, vertical_done);
+    return MinMaxRowPlain(is_max, slots, n, bpp, begin, end, scratch, out, vertical_done);
 #else
     if (is_max)
         MinMaxImpl<true>(slots, n, bpp, begin, end, scratch, out, vertical_done);
@@ -122,7 +122,7 @@ void PickImpl(const uint8_t *a, const uint8_t *b, uint8_t *dst, std::size_t len)
 
 void PickRowsVec(bool is_max, const uint8_t *a, const uint8_t *b, uint8_t *dst, std::size_t len) {
 #if HWY_TARGET == HWY_SCALAR
-    return PickRowsScalar(is_max, a, b, dst, len);
+    return PickRowsPlain(is_max, a, b, dst, len);
 #else
     if (is_max)
         PickImpl<true>(a, b, dst, len);
@@ -235,7 +235,7 @@ void PickRows(bool is_max, const uint8_t *a, const uint8_t *b, uint8_t *dst, std
 void RunNet(const NetProgram &p, int kind, int n, const uint8_t *const *rows, int bpp, std::size_t count,
             uint8_t *const *outs) {
     const std::size_t done = HWY_DYNAMIC_DISPATCH(RunNetVec)(kind, n, rows, bpp, count, outs);
-    RunNetScalar(p, rows, bpp, done, count, outs);
+    RunNetPlain(p, rows, bpp, done, count, outs);
 }
 
 }  // namespace imge
