@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "lut/luma_rows.h"
-#include "lut/lut_rows.h"
+#include "core/lut_rows.h"
 
 namespace {
 

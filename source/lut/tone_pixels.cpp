@@ -11,7 +11,7 @@
 #include "core/target.h"
 #include "libformat.h"
 #include "libtools.h"
-#include "lut/lut_rows.h"
+#include "core/lut_rows.h"
 #include "lut/tone_pixels.h"
 #include "lut/tone_tables.h"
 

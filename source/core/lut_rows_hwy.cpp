@@ -2,12 +2,12 @@
 // Also compiled for AVX-512 with byte permutes (VBMI), where a 256-entry
 // look-up is two permutes and a blend instead of sixteen shuffles.
 #undef HWY_TARGET_INCLUDE
-#define HWY_TARGET_INCLUDE "lut/lut_rows_hwy.cpp"
+#define HWY_TARGET_INCLUDE "core/lut_rows_hwy.cpp"
 #include <hwy/foreach_target.h>  // IWYU pragma: keep
 #include <hwy/highway.h>
 
 #include "core/byte_vectors-inl.h"
-#include "lut/lut_rows.h"
+#include "core/lut_rows.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace imge {
