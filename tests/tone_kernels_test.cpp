@@ -1,7 +1,7 @@
 // The vector row kernels added for the tone family against their plain
 // loops, on rows long enough for every vector width and every tail length.
 #include <gtest/gtest.h>
-#include <hwy/targets.h>
+#include <hwy/tests/hwy_gtest.h>
 
 #include <cstring>
 #include <random>
@@ -87,18 +87,15 @@ void CheckLuminanceRows() {
         }
 }
 
-// Every vector target this machine can run (the best one is chosen
-// otherwise, so the narrower ones would go untested).
-TEST(ToneKernels, MatchThePlainLoopsOnEveryTarget) {
-    for (int64_t target : hwy::SupportedAndGeneratedTargets()) {
-        hwy::SetSupportedTargetsForTest(target);
-        SCOPED_TRACE(hwy::TargetName(target));
-        CheckThreeTableLookups();
-        CheckOneTableLookups();
-        CheckLuminanceRows();
-        if (HasFailure()) break;
-    }
-    hwy::SetSupportedTargetsForTest(0);
+// Every target this machine can run, the plain one included (the best one
+// is chosen otherwise, so the others would go untested).
+class ToneKernels : public hwy::TestWithParamTarget {};
+HWY_TARGET_INSTANTIATE_TEST_SUITE_P(ToneKernels);
+
+TEST_P(ToneKernels, MatchThePlainLoops) {
+    CheckThreeTableLookups();
+    CheckOneTableLookups();
+    CheckLuminanceRows();
 }
 
 }  // namespace

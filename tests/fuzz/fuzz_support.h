@@ -126,15 +126,21 @@ private:
 // targets in force before come back afterwards.
 class PathChoice {
 public:
-    PathChoice(const uint8_t *data, size_t size) : saved_(hwy::SupportedTargets()) {
-        if (size && (data[size - 1] & 0x80)) hwy::SetSupportedTargetsForTest(HWY_SCALAR);
+    PathChoice(const uint8_t *data, size_t size)
+        : saved_(hwy::SupportedTargets()), plain_(size && (data[size - 1] & 0x80)) {
+        if (plain_) hwy::SetSupportedTargetsForTest(HWY_SCALAR);
     }
-    ~PathChoice() { hwy::SetSupportedTargetsForTest(saved_); }
+    ~PathChoice() {
+        if (!plain_) return;
+        hwy::SetSupportedTargetsForTest(saved_);
+        hwy::GetChosenTarget().Update(hwy::SupportedTargets());
+    }
     PathChoice(const PathChoice &) = delete;
     PathChoice &operator=(const PathChoice &) = delete;
 
 private:
     int64_t saved_;
+    bool plain_;
 };
 
 // The ten types the pixel code handles, and a few it must refuse.
