@@ -1,39 +1,5 @@
-// Facts about the bitmap type flags, shared by both libraries.
+// libimge owns this header-only part (source/records/); the base library
+// uses it too.
 #pragma once
 
-#include "libimg.h"
-
-namespace imgrec {
-
-// Bytes per pixel of a type flag (binary counts 1), or 0 for an unknown type.
-inline int BytesPerPixelOf(unsigned type) {
-    switch (type) {
-        case IMF_BINARY: case IMF_GREY: case IMF_COLORS: return 1;
-        case IMF_RGB: case IMF_BGR: return 3;
-        case IMF_RGBA: case IMF_ABGR: case IMF_BGRA: case IMF_ARGB: case IMF_CMYK: return 4;
-        default: return 0;
-    }
-}
-
-// Byte positions of red, green, blue (and alpha, -1 if none) within a pixel of
-// a true-colour type; false for other types (CMYK included).
-struct RgbOrder { int r, g, b, a; };
-inline bool RgbOrderOf(unsigned type, RgbOrder *o) {
-    switch (type) {
-        case IMF_RGB:  *o = {0, 1, 2, -1}; return true;
-        case IMF_BGR:  *o = {2, 1, 0, -1}; return true;
-        case IMF_RGBA: *o = {0, 1, 2, 3}; return true;
-        case IMF_BGRA: *o = {2, 1, 0, 3}; return true;
-        case IMF_ARGB: *o = {1, 2, 3, 0}; return true;
-        case IMF_ABGR: *o = {3, 2, 1, 0}; return true;
-        default: return false;
-    }
-}
-
-// Bytes of one row of `width` pixels before padding; -1 on overflow.
-inline long long RowBytes(unsigned type, long long width) {
-    if (type == IMF_BINARY) return (width + 7) / 8;
-    return width * BytesPerPixelOf(type);
-}
-
-}  // namespace imgrec
+#include "../source/records/pixel_types.h"

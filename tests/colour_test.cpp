@@ -10,7 +10,7 @@
 #include <random>
 #include <vector>
 
-#include <hwy/targets.h>
+#include <hwy/tests/hwy_gtest.h>
 
 #include "libformat.h"
 #include "libimge.h"
@@ -414,19 +414,17 @@ TEST(Sepia, StatedValues) {
     EXPECT_EQ(Bytes(b.b), (std::vector<IMG_UINT8>{76, 76, 76}));
 }
 
-// The vector paths on every vector target this machine can run (the best
-// one is chosen otherwise, so the narrower ones would go untested).
-TEST(PublicColour, VectorPathsMatchTheReferencesOnEveryTarget) {
-    for (int64_t target : hwy::SupportedAndGeneratedTargets()) {
-        hwy::SetSupportedTargetsForTest(target);
-        SCOPED_TRACE(hwy::TargetName(target));
-        const unsigned seed = static_cast<unsigned>(target % 1000);
-        CheckShadowHighlightVectors(seed + 1);
-        CheckExtraction(seed + 5);
-        CheckHlsOnRandomBitmaps(seed + 3, 30);
-        if (HasFailure()) break;
-    }
-    hwy::SetSupportedTargetsForTest(0);
+// The vector paths on every target this machine can run, the plain one
+// included (the best one is chosen otherwise, so the others would go
+// untested).
+class PublicColourTargets : public hwy::TestWithParamTarget {};
+HWY_TARGET_INSTANTIATE_TEST_SUITE_P(PublicColourTargets);
+
+TEST_P(PublicColourTargets, VectorPathsMatchTheReferences) {
+    const unsigned seed = static_cast<unsigned>(GetParam() % 1000);
+    CheckShadowHighlightVectors(seed + 1);
+    CheckExtraction(seed + 5);
+    CheckHlsOnRandomBitmaps(seed + 3, 30);
 }
 
 TEST(PublicColour, RefusalsLeaveEverythingAlone) {

@@ -7,7 +7,7 @@
 #include <functional>
 #include <random>
 
-#include "core/convert.h"
+#include "records/record_convert.h"
 #include "libformat.h"
 #include "libimge.h"
 #include "libtools.h"
@@ -196,7 +196,7 @@ TEST(Corrections, PublicEntryPointsRunOnTheWholeBitmap) {
         for (long j = 0; j < static_cast<long>(b->BytesPerLine) * b->Height; ++j)
             b->Data[j] = static_cast<IMG_UINT8>(60 + rng() % 90);
         IMF_BITMAP rec;
-        imge::imgCopyBitmapFromimgBitmap(&rec, b);
+        imgrec::ToImf(&rec, b);
         OwnedImf expect;
         testing_support::Clone(rec, &expect);
         kCorrections[i].ref(rec, expect.get(), IMF_RECT{0, 0, 17, 9});
@@ -204,7 +204,7 @@ TEST(Corrections, PublicEntryPointsRunOnTheWholeBitmap) {
         ASSERT_EQ(pubs[i].second(b, &out), IMG_NO_ERROR);
         ASSERT_NE(out, nullptr);
         IMF_BITMAP got;
-        imge::imgCopyBitmapFromimgBitmap(&got, out);
+        imgrec::ToImf(&got, out);
         EXPECT_EQ(testing_support::Diff(got, expect.b), "") << pubs[i].first;
         imgFreeBitmap(out);
         imgFreeBitmap(b);

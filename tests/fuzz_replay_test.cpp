@@ -18,7 +18,7 @@
 #include <string>
 #include <vector>
 
-#include <hwy/targets.h>
+#include <hwy/tests/hwy_gtest.h>
 
 #include "fuzz_support.h"
 
@@ -69,10 +69,6 @@ std::vector<Case> RandomInputs(unsigned seed, int count) {
 // Runs every case; a finding is reported with the case's name and the
 // harness's message, and the run goes on with the next case.
 void Replay(Harness harness, const std::vector<Case> &cases) {
-    // The harnesses set IMGE_FORCE_SCALAR per input; the suite's own setting
-    // comes back afterwards.
-    const char *forced = std::getenv("IMGE_FORCE_SCALAR");
-    const std::string saved = forced ? forced : "";
     fuzz::Handler() = [](const std::string &message) { throw std::runtime_error(message); };
     int findings = 0;
     for (const Case &c : cases) {
@@ -84,18 +80,6 @@ void Replay(Harness harness, const std::vector<Case> &cases) {
         }
     }
     fuzz::Handler() = nullptr;
-    if (forced) setenv("IMGE_FORCE_SCALAR", saved.c_str(), 1);
-    else unsetenv("IMGE_FORCE_SCALAR");
-}
-
-void OnEveryTarget(Harness harness, const std::vector<Case> &cases) {
-    for (int64_t target : hwy::SupportedAndGeneratedTargets()) {
-        hwy::SetSupportedTargetsForTest(target);
-        SCOPED_TRACE(hwy::TargetName(target));
-        Replay(harness, cases);
-        if (::testing::Test::HasFailure()) break;
-    }
-    hwy::SetSupportedTargetsForTest(0);
 }
 
 std::vector<Case> SeedsAndRandom(const std::string &folder, unsigned seed, int count) {
@@ -107,24 +91,29 @@ std::vector<Case> SeedsAndRandom(const std::string &folder, unsigned seed, int c
 }
 
 // Every operation of a harness in turn (its branch and operation pinned),
-// each with `count` random inputs, on every target.
+// each with `count` random inputs.
 void EveryOperation(Harness harness, int branch, int ops, int count, unsigned seed) {
     for (int op = 0; op < ops; ++op) {
         SCOPED_TRACE("operation " + std::to_string(op));
         fuzz::Steer() = fuzz::Steering{branch, op};
-        OnEveryTarget(harness, RandomInputs(seed + static_cast<unsigned>(op), count));
+        Replay(harness, RandomInputs(seed + static_cast<unsigned>(op), count));
         fuzz::Steer() = fuzz::Steering{};
         if (::testing::Test::HasFailure()) return;
     }
 }
 
-TEST(FuzzReplay, PixelOperationsAgainstTheirReferences) {
-    OnEveryTarget(imge_replay_pixel_ops_fuzzer, SeedsAndRandom("pixel_ops_fuzzer", 1, 1000));
+// The pixel code on every target this machine can run, the plain one
+// included.
+class FuzzReplayTargets : public hwy::TestWithParamTarget {};
+HWY_TARGET_INSTANTIATE_TEST_SUITE_P(FuzzReplayTargets);
+
+TEST_P(FuzzReplayTargets, PixelOperationsAgainstTheirReferences) {
+    Replay(imge_replay_pixel_ops_fuzzer, SeedsAndRandom("pixel_ops_fuzzer", 1, 1000));
     EveryOperation(imge_replay_pixel_ops_fuzzer, 3, 46, 80, 100);
 }
 
-TEST(FuzzReplay, PublicEntryPointsAgainstTheirReferences) {
-    OnEveryTarget(imge_replay_entry_frame_fuzzer, SeedsAndRandom("entry_frame_fuzzer", 2, 600));
+TEST_P(FuzzReplayTargets, PublicEntryPointsAgainstTheirReferences) {
+    Replay(imge_replay_entry_frame_fuzzer, SeedsAndRandom("entry_frame_fuzzer", 2, 600));
     EveryOperation(imge_replay_entry_frame_fuzzer, 0, 3, 300, 200);  // HLS, sepia, tinted sepia
     EveryOperation(imge_replay_entry_frame_fuzzer, 2, 34, 40, 300);
 }

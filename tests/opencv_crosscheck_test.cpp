@@ -3,7 +3,7 @@
 // x - n/2 .. x - n/2 + n - 1 like ours. OpenCV gives the exact integer sums
 // (single precision, all below 2^24); the truncating division, the bias and
 // the clamp are applied here.
-#ifdef IMGE_TESTS_WITH_OPENCV
+#ifdef IMGE_HAVE_OPENCV
 #include <gtest/gtest.h>
 #include <opencv2/core.hpp>
 #include <opencv2/imgproc.hpp>
@@ -80,4 +80,4 @@ TEST(OpenCvCrossCheck, BoxMeanAgreesWithUnnormalisedBoxFilter) {
 }
 
 }  // namespace
-#endif  // IMGE_TESTS_WITH_OPENCV
+#endif  // IMGE_HAVE_OPENCV

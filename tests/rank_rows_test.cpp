@@ -1,13 +1,14 @@
 // The row kernels of the rank filters and the Gaussian blur against the
 // plain references, driven row by row over edge-extended rows built here.
 #include <gtest/gtest.h>
-#include <hwy/targets.h>
+#include <hwy/tests/hwy_gtest.h>
 
 #include <algorithm>
 #include <cstdlib>
 #include <random>
 #include <vector>
 
+#include "blur/gauss_rows.h"
 #include "rank/rank_rows.h"
 #include "reference/rank_reference.h"
 #include "support/bitmaps.h"
@@ -121,22 +122,14 @@ void CheckGaussianWithinOne() {
     }
 }
 
-// On every vector target this machine can run (the best one is chosen
-// otherwise, so the narrower ones would go untested).
-template <typename Check>
-void OnEveryTarget(Check check) {
-    for (int64_t target : hwy::SupportedAndGeneratedTargets()) {
-        hwy::SetSupportedTargetsForTest(target);
-        SCOPED_TRACE(hwy::TargetName(target));
-        check();
-        if (::testing::Test::HasFailure()) break;
-    }
-    hwy::SetSupportedTargetsForTest(0);
-}
+// On every target this machine can run, the plain one included (the best
+// one is chosen otherwise, so the others would go untested).
+class RankRows : public hwy::TestWithParamTarget {};
+HWY_TARGET_INSTANTIATE_TEST_SUITE_P(RankRows);
 
-TEST(RankRows, KernelsMatchReferenceForEverySizeAndPixelWidth) { OnEveryTarget(CheckKernelsForEverySizeAndPixelWidth); }
+TEST_P(RankRows, KernelsMatchReferenceForEverySizeAndPixelWidth) { CheckKernelsForEverySizeAndPixelWidth(); }
 
-TEST(RankRows, GaussianWithinOneOfTheReference) { OnEveryTarget(CheckGaussianWithinOne); }
+TEST_P(RankRows, GaussianWithinOneOfTheReference) { CheckGaussianWithinOne(); }
 
 TEST(RankRows, NetworksStayWithinTheirCapacity) {
     for (int n = 2; n <= 15; ++n) {

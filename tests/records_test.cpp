@@ -3,7 +3,7 @@
 
 #include <cstring>
 
-#include "core/convert.h"
+#include "records/record_convert.h"
 #include "libtools.h"
 #include "support/bitmaps.h"
 
@@ -40,7 +40,7 @@ TEST(Conversion, PublicToProcessingCopiesFieldsAndClearsTheRest) {
     img.Name = name;
     IMF_BITMAP imf;
     std::memset(&imf, 0xAB, sizeof imf);
-    imge::imgCopyBitmapFromimgBitmap(&imf, &img);
+    imgrec::ToImf(&imf, &img);
     EXPECT_EQ(imf.Type, IMG_RGB);
     EXPECT_EQ(imf.Origin, IMG_BOTTOM_LEFT);
     EXPECT_EQ(imf.BytesPerLine, 16);
@@ -63,8 +63,8 @@ TEST(Conversion, RoundTripKeepsAllButTheDocumentedFields) {
         IMG_BITMAP img = SamplePublic();
         img.ColorUsed = c.used_in;
         IMF_BITMAP imf;
-        imge::imgCopyBitmapFromimgBitmap(&imf, &img);
-        imge::imgCopyBitmapFromimfBitmap(&img, &imf);
+        imgrec::ToImf(&imf, &img);
+        imgrec::ToImg(&img, &imf);
         EXPECT_EQ(img.ColorUsed, c.used_out) << c.used_in;
         EXPECT_EQ(img.BitsPerComponent, 8);
         EXPECT_EQ(img.ComponentsPerPixel, 3);  // untouched
@@ -78,7 +78,7 @@ TEST(Conversion, RoundTripKeepsAllButTheDocumentedFields) {
     std::memset(&imf, 0, sizeof imf);
     imf.Xdpi = 70000;
     IMG_BITMAP img = SamplePublic();
-    imge::imgCopyBitmapFromimfBitmap(&img, &imf);
+    imgrec::ToImg(&img, &imf);
     EXPECT_EQ(img.Xdpi, 4464);
 }
 

@@ -6,7 +6,7 @@
 #include <cstring>
 #include <random>
 
-#include "filters/row_frame.h"
+#include "core/row_frame.h"
 #include "libtools.h"
 #include "support/bitmaps.h"
 

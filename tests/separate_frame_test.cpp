@@ -15,7 +15,7 @@ namespace {
 
 IMF_ERROR Complement(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area) {
     IMF_RECT r;
-    if (imge::ResolveSeparateArea(src, area, &r) != IMF_NOERROR) return IMF_ERRBADPARAMS;
+    if (imfGetClippingRect(src, area, &r)) return IMF_ERRBADPARAMS;
     const int bpp = src->BytesPerPixel;
     return imge::RunSeparate(src, dst, area, r, [&](const TUbyte *in, TUbyte *out, TLong n) {
         for (long i = 0; i < static_cast<long>(n) * bpp; ++i) out[i] = static_cast<TUbyte>(255 - in[i]);

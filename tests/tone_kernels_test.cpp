@@ -1,14 +1,14 @@
 // The vector row kernels added for the tone family against their plain
 // loops, on rows long enough for every vector width and every tail length.
 #include <gtest/gtest.h>
-#include <hwy/targets.h>
+#include <hwy/tests/hwy_gtest.h>
 
 #include <cstring>
 #include <random>
 #include <vector>
 
 #include "lut/luma_rows.h"
-#include "lut/lut_rows.h"
+#include "core/lut_rows.h"
 
 namespace {
 
@@ -79,7 +79,7 @@ void CheckLuminanceRows() {
             if (n) std::memset(row.data(), 255, static_cast<std::size_t>(o.bpp));  // the largest sum
             std::vector<uint8_t> fast(n + 1, 7), plain(n + 1, 7);
             imge::LumaRow(row.data(), n, o.bpp, o.r, o.g, o.b, fast.data());
-            imge::LumaRowScalar(row.data(), n, o.bpp, o.r, o.g, o.b, plain.data());
+            imge::LumaRowPlain(row.data(), n, o.bpp, o.r, o.g, o.b, plain.data());
             ASSERT_EQ(fast, plain) << "bpp " << o.bpp << " n " << n;
             if (n) {
                 ASSERT_EQ(fast[0], 255);
@@ -87,18 +87,15 @@ void CheckLuminanceRows() {
         }
 }
 
-// Every vector target this machine can run (the best one is chosen
-// otherwise, so the narrower ones would go untested).
-TEST(ToneKernels, MatchThePlainLoopsOnEveryTarget) {
-    for (int64_t target : hwy::SupportedAndGeneratedTargets()) {
-        hwy::SetSupportedTargetsForTest(target);
-        SCOPED_TRACE(hwy::TargetName(target));
-        CheckThreeTableLookups();
-        CheckOneTableLookups();
-        CheckLuminanceRows();
-        if (HasFailure()) break;
-    }
-    hwy::SetSupportedTargetsForTest(0);
+// Every target this machine can run, the plain one included (the best one
+// is chosen otherwise, so the others would go untested).
+class ToneKernels : public hwy::TestWithParamTarget {};
+HWY_TARGET_INSTANTIATE_TEST_SUITE_P(ToneKernels);
+
+TEST_P(ToneKernels, MatchThePlainLoops) {
+    CheckThreeTableLookups();
+    CheckOneTableLookups();
+    CheckLuminanceRows();
 }
 
 }  // namespace

@@ -10,6 +10,7 @@
 #include "libformat.h"
 #include "libimge.h"
 #include "libtools.h"
+#include "records/pixel_types.h"
 
 namespace {
 
@@ -17,16 +18,13 @@ namespace {
 // layout asked for alpha gives its byte 0, and any selector other than
 // 0..3 acts as red.
 int ChannelPosition(TUlong type, TLong channel) {
-    static const int kRgba[4] = {0, 1, 2, 3}, kBgr[4] = {2, 1, 0, 0}, kAbgr[4] = {3, 2, 1, 0},
-                     kBgra[4] = {2, 1, 0, 3}, kArgb[4] = {1, 2, 3, 0}, kOther[4] = {0, 1, 2, 0};
-    const int c = channel >= 0 && channel <= 3 ? static_cast<int>(channel) : 0;
-    switch (type) {
-        case IMF_RGBA: return kRgba[c];
-        case IMF_BGR: return kBgr[c];
-        case IMF_ABGR: return kAbgr[c];
-        case IMF_BGRA: return kBgra[c];
-        case IMF_ARGB: return kArgb[c];
-        default: return kOther[c];
+    imgrec::RgbOrder o;
+    if (!imgrec::RgbOrderOf(static_cast<unsigned>(type), &o)) o = {0, 1, 2, -1};
+    switch (channel) {
+        case 1: return o.g;
+        case 2: return o.b;
+        case 3: return o.a < 0 ? 0 : o.a;
+        default: return o.r;
     }
 }
 
@@ -37,7 +35,7 @@ extern "C" {
 IMF_ERROR imfDesaturate(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area) {
     if (!imge::BitmapIsValid(src)) return IMF_ERRBADBITMAP;
     IMF_RECT rect;
-    if (imge::ResolveSeparateArea(src, area, &rect) != IMF_NOERROR) return IMF_ERRBADPARAMS;
+    if (imfGetClippingRect(src, area, &rect)) return IMF_ERRBADPARAMS;
     if (!(src->Type & IMF_TRUECOLORS)) return IMF_ERRBADBITMAP;
     const int bpp = src->BytesPerPixel;
     return imge::RunSeparate(src, dst, area, rect, [bpp](const TUbyte *in, TUbyte *out, TLong n) {
@@ -70,7 +68,7 @@ IMF_ERROR imfExtractChannel(IMF_BITMAP *src, IMF_BITMAP *dst, TLong channel) {
             imge::ExtractRow(in, out, src->Width, src->BytesPerPixel, ChannelPosition(src->Type, channel));
         }
     }
-    imge::FinishSeparate(src, dst, &grey);
+    imge::HandOver(src, dst, &grey);
     return IMF_NOERROR;
 }
 
@@ -78,7 +76,7 @@ IMF_ERROR imfExtractChannel(IMF_BITMAP *src, IMF_BITMAP *dst, TLong channel) {
 IMF_ERROR imfSwapColors(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, TUlong mode) {
     if (!imge::BitmapIsValid(src) || src->Type == IMF_BINARY) return IMF_ERRBADBITMAP;
     IMF_RECT rect;
-    if (imge::ResolveSeparateArea(src, area, &rect) != IMF_NOERROR) return IMF_ERRBADPARAMS;
+    if (imfGetClippingRect(src, area, &rect)) return IMF_ERRBADPARAMS;
     if (mode > 4) return IMF_ERRBADPARAMS;
     if (src->Type == IMF_COLORS && !src->ColorMap) return IMF_ERRBADBITMAP;
     // Blue-first layouts: modes 0 and 3 exchange, so that a mode names the
@@ -111,7 +109,7 @@ IMF_ERROR imfSwapColors(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, 
             imge::SwapRow(in, out, n, bpp, static_cast<int>(mode));
         });
     }
-    imge::FinishSeparate(src, dst, &fresh);
+    imge::HandOver(src, dst, &fresh);
     return IMF_NOERROR;
 }
 

@@ -7,7 +7,6 @@
 #include <hwy/highway.h>
 
 #include "colour/channel_rows.h"
-#include "core/dispatch.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace imge {
@@ -15,6 +14,9 @@ namespace HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
 
 void DesaturateVec(const TUbyte *HWY_RESTRICT in, TUbyte *HWY_RESTRICT out, TLong n, int bpp) {
+#if HWY_TARGET == HWY_SCALAR
+    return DesaturateRowPlain(in, out, n, bpp);
+#else
     const hn::ScalableTag<uint8_t> d;
     const TLong N = static_cast<TLong>(hn::Lanes(d));
     TLong x = 0;
@@ -37,9 +39,13 @@ void DesaturateVec(const TUbyte *HWY_RESTRICT in, TUbyte *HWY_RESTRICT out, TLon
         }
     }
     DesaturateRowPlain(in + x * bpp, out + x * bpp, n - x, bpp);
+#endif
 }
 
 void SwapVec(const TUbyte *HWY_RESTRICT in, TUbyte *HWY_RESTRICT out, TLong n, int bpp, int mode) {
+#if HWY_TARGET == HWY_SCALAR
+    return SwapRowPlain(in, out, n, bpp, mode);
+#else
     const hn::ScalableTag<uint8_t> d;
     const TLong N = static_cast<TLong>(hn::Lanes(d));
     const int s0 = SwapSource(mode, 0), s1 = SwapSource(mode, 1), s2 = SwapSource(mode, 2);
@@ -58,9 +64,13 @@ void SwapVec(const TUbyte *HWY_RESTRICT in, TUbyte *HWY_RESTRICT out, TLong n, i
         }
     }
     SwapRowPlain(in + x * bpp, out + x * bpp, n - x, bpp, mode);
+#endif
 }
 
 void ExtractVec(const TUbyte *HWY_RESTRICT in, TUbyte *HWY_RESTRICT out, TLong n, int bpp, int pos) {
+#if HWY_TARGET == HWY_SCALAR
+    return ExtractRowPlain(in, out, n, bpp, pos);
+#else
     const hn::ScalableTag<uint8_t> d;
     const TLong N = static_cast<TLong>(hn::Lanes(d));
     TLong x = 0;
@@ -78,6 +88,7 @@ void ExtractVec(const TUbyte *HWY_RESTRICT in, TUbyte *HWY_RESTRICT out, TLong n
         }
     }
     ExtractRowPlain(in + x * bpp, out + x, n - x, bpp, pos);
+#endif
 }
 
 }  // namespace HWY_NAMESPACE
@@ -91,17 +102,14 @@ HWY_EXPORT(SwapVec);
 HWY_EXPORT(ExtractVec);
 
 void ExtractRow(const TUbyte *in, TUbyte *out, TLong n, int bpp, int pos) {
-    if (ScalarForced()) return ExtractRowPlain(in, out, n, bpp, pos);
     HWY_DYNAMIC_DISPATCH(ExtractVec)(in, out, n, bpp, pos);
 }
 
 void DesaturateRow(const TUbyte *in, TUbyte *out, TLong n, int bpp) {
-    if (ScalarForced()) return DesaturateRowPlain(in, out, n, bpp);
     HWY_DYNAMIC_DISPATCH(DesaturateVec)(in, out, n, bpp);
 }
 
 void SwapRow(const TUbyte *in, TUbyte *out, TLong n, int bpp, int mode) {
-    if (ScalarForced()) return SwapRowPlain(in, out, n, bpp, mode);
     HWY_DYNAMIC_DISPATCH(SwapVec)(in, out, n, bpp, mode);
 }
 }  // namespace imge

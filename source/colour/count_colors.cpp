@@ -10,7 +10,7 @@
 #include <cstring>
 
 #include "core/bitmap_check.h"
-#include "core/convert.h"
+#include "records/record_convert.h"
 #include "core/scratch.h"
 #include "libformat.h"
 #include "libimge.h"
@@ -123,7 +123,7 @@ TUlong imfGetCountColors(const IMF_BITMAP *bitmap, TLong limit) {
 TUlong imgGetNumberOfColorsUsed(const IMG_BITMAP *bitmap) {
     if (!bitmap) return kNoMemory;
     IMF_BITMAP local;
-    imge::imgCopyBitmapFromimgBitmap(&local, bitmap);
+    imgrec::ToImf(&local, bitmap);
     return imfGetCountColors(&local, -1);
 }
 

@@ -7,7 +7,6 @@
 #include <cstdint>
 
 #include "colour/rgb_positions.h"
-#include "core/dispatch.h"
 #include "core/scratch.h"
 #include "libimge.h"
 
@@ -114,7 +113,7 @@ IMG_ERROR imgAdjustHLS(IMG_BITMAP *src, IMG_BITMAP **bdst, IMG_INT32 h_increment
     const int bpp = work->BytesPerPixel;
     // Vectors whenever the hue reaches its range in a few turns.
     constexpr IMG_INT32 kVectorHueLimit = 1000;  // at most about a dozen turns
-    if (!imge::ScalarForced() && h_increment >= -kVectorHueLimit && h_increment <= kVectorHueLimit) {
+    if (imge::HlsRowsInVectors() && h_increment >= -kVectorHueLimit && h_increment <= kVectorHueLimit) {
         double unit[256];
         for (int v = 0; v < 256; ++v) unit[v] = v / 255.0;
         for (IMG_INT32 y = 0; y < work->Height; ++y)

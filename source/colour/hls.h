@@ -18,6 +18,10 @@ struct HlsIncrements {
 void AdjustHlsPixel(unsigned char r, unsigned char g, unsigned char b, const HlsIncrements &inc,
                     unsigned char out[3]);
 
+// Whether the CPU's (or the tests') chosen target has vectors for AdjustHlsRow;
+// on the one-lane target the plain per-pixel code is the path.
+bool HlsRowsInVectors();
+
 // The same for the n pixels of bpp bytes at p, in place, in vectors: red,
 // green and blue at byte positions ir, ig, ib; unit[v] = v / 255.0. The hue
 // is brought into range by whole turns one at a time, so callers keep huge

@@ -143,6 +143,8 @@ int ConvertPixels(unsigned char *p, int n, int ir, int ig, int ib, const HlsIncr
 }
 #endif
 
+bool InVectors() { return HWY_TARGET != HWY_SCALAR; }
+
 void AdjustHlsRowVec(unsigned char *p, int n, int bpp, int ir, int ig, int ib, const HlsIncrements &inc,
                      const double *unit) {
     const hn::ScalableTag<double> d;
@@ -186,6 +188,9 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 namespace imge {
 HWY_EXPORT(AdjustHlsRowVec);
+HWY_EXPORT(InVectors);
+
+bool HlsRowsInVectors() { return HWY_DYNAMIC_DISPATCH(InVectors)(); }
 
 void AdjustHlsRow(unsigned char *p, int n, int bpp, int ir, int ig, int ib, const HlsIncrements &inc,
                   const double unit[256]) {

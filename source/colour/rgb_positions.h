@@ -3,6 +3,7 @@
 #pragma once
 
 #include "libimg.h"
+#include "records/pixel_types.h"
 
 namespace imge {
 
@@ -10,13 +11,11 @@ struct RgbPositions { int r, g, b; };
 
 // False for types without a true-colour flag.
 inline bool PublicRgbPositions(IMG_BITMAP_TYPE type, RgbPositions *p) {
-    switch (type) {
-        case IMG_RGB: case IMG_RGBA: case IMG_CMYK: *p = {0, 1, 2}; return true;
-        case IMG_BGR: case IMG_BGRA: *p = {2, 1, 0}; return true;
-        case IMG_ARGB: *p = {1, 2, 3}; return true;
-        case IMG_ABGR: *p = {3, 2, 1}; return true;
-        default: return false;
-    }
+    imgrec::RgbOrder o;
+    if (type == IMG_CMYK) o = {0, 1, 2, -1};
+    else if (!imgrec::RgbOrderOf(static_cast<unsigned>(type), &o)) return false;
+    *p = {o.r, o.g, o.b};
+    return true;
 }
 
 // The common first steps of the public operations that work on IMG_BITMAP

@@ -7,7 +7,7 @@
 #include "core/target.h"
 #include "libformat.h"
 #include "libtools.h"
-#include "lut/lut_rows.h"
+#include "core/lut_rows.h"
 
 namespace {
 

@@ -3,9 +3,6 @@
 // passed through, the others go through both tables by byte shuffles.
 // Also compiled for AVX-512 with byte permutes (VBMI), where a 256-entry
 // table lookup is two permutes and a blend.
-#ifndef HWY_WANT_AVX3_DL
-#define HWY_WANT_AVX3_DL 1
-#endif
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "colour/stretch_rows_hwy.cpp"
 #include <hwy/foreach_target.h>  // IWYU pragma: keep
@@ -13,7 +10,6 @@
 
 #include "colour/stretch_rows.h"
 #include "core/byte_vectors-inl.h"
-#include "core/dispatch.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace imge {
@@ -72,28 +68,7 @@ HWY_AFTER_NAMESPACE();
 namespace imge {
 HWY_EXPORT(StretchRowVec);
 
-namespace {
-template <int Bpp>
-void StretchPixels(const TUbyte *in, TUbyte *out, TLong n, const StretchTables &t) {
-    for (TLong x = 0; x < n; ++x, in += Bpp, out += Bpp) {
-        const int luma = COLOR2GREY(in[0], in[1], in[2]);
-        const TUbyte *table = luma <= kShadowTop ? t.dark : luma >= kHighlightBottom ? t.bright : nullptr;
-        const TUbyte c0 = in[0], c1 = in[1], c2 = in[2];
-        out[0] = table ? table[c0] : c0;
-        out[1] = table ? table[c1] : c1;
-        out[2] = table ? table[c2] : c2;
-        if (Bpp == 4) out[3] = in[3];
-    }
-}
-}  // namespace
-
-void StretchRowPlain(const TUbyte *in, TUbyte *out, TLong n, int bpp, const StretchTables &t) {
-    if (bpp == 3) StretchPixels<3>(in, out, n, t);
-    else StretchPixels<4>(in, out, n, t);
-}
-
 void StretchRow(const TUbyte *in, TUbyte *out, TLong n, int bpp, const StretchTables &t) {
-    if (ScalarForced()) return StretchRowPlain(in, out, n, bpp, t);
     HWY_DYNAMIC_DISPATCH(StretchRowVec)(in, out, n, bpp, t);
 }
 

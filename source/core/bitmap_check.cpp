@@ -2,7 +2,8 @@
 
 #include <cstdint>
 
-#include "pixel_types.h"
+#include "records/pixel_types.h"
+#include "records/record_layout.h"
 
 namespace imge {
 

@@ -17,29 +17,36 @@ namespace HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
 
 // One 256-entry lookup of a whole vector: the table is split into sixteen
-// 16-byte pieces; each byte's low nibble indexes a piece (a byte shuffle per
-// 128-bit block), its high nibble selects which piece's answer it keeps.
+// 16-byte pieces (piece[h] = entries 16 h .. 16 h + 15 in every 128-bit
+// block); each byte's low nibble indexes a piece (a byte shuffle per block),
+// its high nibble selects which piece's answer it keeps. Vector targets only:
+// on the one-lane target the plain loops do the look-ups.
 template <class D, class V>
-HWY_INLINE V LookupPieces(D d, const uint8_t *HWY_RESTRICT table, V v) {
-#if HWY_TARGET == HWY_SCALAR
-    // One lane: a plain look-up (a 16-byte piece does not fit the lane).
-    return hn::Set(d, table[hn::GetLane(v)]);
-#else
+HWY_INLINE V LookupLoadedPieces(D d, const V (&piece)[16], V v) {
     const auto lo = hn::And(v, hn::Set(d, 0x0F));
     const auto hi = hn::ShiftRight<4>(v);
-    auto r = hn::TableLookupBytes(hn::LoadDup128(d, table), lo);
+    auto r = hn::TableLookupBytes(piece[0], lo);
     for (int h = 1; h < 16; ++h)
-        r = hn::IfThenElse(hn::Eq(hi, hn::Set(d, static_cast<uint8_t>(h))),
-                           hn::TableLookupBytes(hn::LoadDup128(d, table + 16 * h), lo), r);
+        r = hn::IfThenElse(hn::Eq(hi, hn::Set(d, static_cast<uint8_t>(h))), hn::TableLookupBytes(piece[h], lo), r);
     return r;
-#endif
+}
+
+// The same straight from the table's bytes.
+template <class D, class V>
+HWY_INLINE V LookupPieces(D d, const uint8_t *HWY_RESTRICT table, V v) {
+    V piece[16];
+    for (int h = 0; h < 16; ++h) piece[h] = hn::LoadDup128(d, table + 16 * h);
+    return LookupLoadedPieces(d, piece, v);
 }
 
 // A 256-entry table ready for whole-vector look-ups, t(d, v). With AVX-512
-// byte permutes (VBMI; files that want this target define HWY_WANT_AVX3_DL)
+// byte permutes (VBMI; CMakeLists.txt names the files that compile it)
 // all 256 entries are held in four registers and a look-up is two permutes
 // and a blend (bit 7 of the byte picks the half); elsewhere LookupPieces.
 #if HWY_TARGET == HWY_AVX3_DL
+// Raw intrinsics: Highway 1.0 has no look-up of bytes in two tables at once
+// (TwoTablesLookupLanes came later, and not for 8-bit lanes), and VBMI's
+// permutex2var_epi8 is exactly that.
 struct Table256 {
     __m512i q[4];
     explicit Table256(const uint8_t *t) {
@@ -64,14 +71,6 @@ struct Table256 {
 // (77 r + 150 g + 29 b) >> 8 per byte lane (the sum is at most 65 280).
 template <class D, class V>
 HWY_INLINE V Luma(D d, V r, V g, V b) {
-#if HWY_TARGET == HWY_SCALAR
-    // One lane: widened, weighted and narrowed again.
-    const hn::Rebind<uint16_t, D> d16;
-    auto s = hn::Mul(hn::PromoteTo(d16, r), hn::Set(d16, 77));
-    s = hn::Add(s, hn::Mul(hn::PromoteTo(d16, g), hn::Set(d16, 150)));
-    s = hn::Add(s, hn::Mul(hn::PromoteTo(d16, b), hn::Set(d16, 29)));
-    return hn::DemoteTo(d, hn::BitCast(hn::Rebind<int16_t, D>(), hn::ShiftRight<8>(s)));
-#else
     // The even and the odd bytes weighted in 16-bit lanes, put back together.
     const hn::Repartition<uint16_t, D> d16;
     const auto low = hn::Set(d16, 0x00FF);
@@ -84,7 +83,6 @@ HWY_INLINE V Luma(D d, V r, V g, V b) {
     odd = hn::Add(odd, hn::Mul(hn::ShiftRight<8>(be), hn::Set(d16, 29)));
     // even >> 8 lands in the low byte; odd keeps its high byte in place.
     return hn::BitCast(d, hn::Or(hn::ShiftRight<8>(even), hn::And(odd, hn::Set(d16, 0xFF00))));
-#endif
 }
 
 // int32 lanes to bytes, saturating to 0 .. 255. Highway 1.0.3's DemoteTo

@@ -15,7 +15,7 @@
 //   IMG_ERROR_NO_MEMORY for IMF_ERRMEMORY, IMG_ERROR_BAD_PARAMETERS otherwise.
 #pragma once
 
-#include "core/convert.h"
+#include "records/record_convert.h"
 #include <cstring>
 
 #include "libtools.h"
@@ -30,19 +30,19 @@ IMG_ERROR Framed(IMG_BITMAP *src, IMG_BITMAP **dst, Op op) {
     if (dst && *dst != src) {
         *dst = static_cast<IMG_BITMAP *>(imgMemoryAlloc(sizeof(IMG_BITMAP)));
         if (!*dst) return IMG_ERROR_NO_MEMORY;
-        imgCopyBitmapFromimgBitmap(&s, src);
+        imgrec::ToImf(&s, src);
         IMF_ERROR rc = op(&s, &d);
         if (rc != IMF_NOERROR) {
             imgMemoryFree(*dst);
             *dst = nullptr;
             return rc == IMF_ERRMEMORY ? IMG_ERROR_NO_MEMORY : IMG_ERROR_BAD_PARAMETERS;
         }
-        imgCopyBitmapFromimfBitmap(*dst, &d);
+        imgrec::ToImg(*dst, &d);
         return IMG_NO_ERROR;
     }
-    imgCopyBitmapFromimgBitmap(&s, src);
+    imgrec::ToImf(&s, src);
     op(&s, static_cast<IMF_BITMAP *>(nullptr));
-    imgCopyBitmapFromimfBitmap(src, &s);
+    imgrec::ToImg(src, &s);
     return IMG_NO_ERROR;
 }
 

@@ -7,7 +7,7 @@
 #include <cstring>
 #include <type_traits>
 
-#include "large_blocks.h"
+#include "records/large_blocks.h"
 
 namespace imge {
 

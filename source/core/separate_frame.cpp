@@ -7,10 +7,6 @@
 
 namespace imge {
 
-IMF_ERROR ResolveSeparateArea(const IMF_BITMAP *src, const IMF_RECT *area, IMF_RECT *rect) {
-    return imfGetClippingRect(src, area, rect) ? IMF_ERRBADPARAMS : IMF_NOERROR;
-}
-
 IMF_ERROR BeginSeparate(const IMF_BITMAP *src, const IMF_RECT *area, IMF_BITMAP *fresh) {
     std::memset(fresh, 0, sizeof *fresh);
     // The new bitmap keeps the source's bits per component. Byte bitmaps that
@@ -33,10 +29,6 @@ IMF_ERROR BeginSeparate(const IMF_BITMAP *src, const IMF_RECT *area, IMF_BITMAP 
         return IMF_ERRMEMORY;
     }
     return IMF_NOERROR;
-}
-
-void FinishSeparate(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_BITMAP *fresh) {
-    HandOver(src, dst == src ? nullptr : dst, fresh);
 }
 
 }  // namespace imge

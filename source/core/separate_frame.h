@@ -4,7 +4,7 @@
 //
 // The steps, in this order:
 //   1. the operation checks the source's type and resolves the area with
-//      ResolveSeparateArea() (in whichever order the operation needs);
+//      imfGetClippingRect() (in whichever order the operation needs);
 //   2. BeginSeparate(): a new bitmap of the source's type, pack, size and bits
 //      per component; when an area was passed (not null) the source's pixels
 //      are copied in, so pixels outside the rectangle keep their values (with
@@ -12,14 +12,14 @@
 //      TransparentIndex -1, ColorUsed from the source, extended data copied;
 //   3. the operation writes every pixel of the rectangle into the new bitmap,
 //      reading the source (ForEachSeparateRow() walks the rows);
-//   4. FinishSeparate(): with a destination, the destination record receives
+//   4. HandOver() (core/target.h): with a destination, the destination record receives
 //      the new bitmap; without one, the source's buffers are released with
 //      imfFree and the source record becomes the new bitmap.
 // RunSeparate() does steps 2 to 4 around a row function and is what most
 // operations call:
 //
 //   IMF_RECT r;
-//   if (ResolveSeparateArea(src, area, &r) != IMF_NOERROR) return IMF_ERRBADPARAMS;
+//   if (imfGetClippingRect(src, area, &r)) return IMF_ERRBADPARAMS;
 //   return RunSeparate(src, dst, area, r, [&](const TUbyte *in, TUbyte *out, TLong n) {
 //       ... n pixels of src->BytesPerPixel bytes each, in -> out ... });
 //
@@ -27,21 +27,15 @@
 // by the frame: an operation that needs it copies it between Begin and Finish.
 #pragma once
 
+#include "core/target.h"
 #include "libimg.h"
 
 namespace imge {
-
-// Resolves `area` into `*rect` (null area: the whole bitmap).
-// IMF_NOERROR, or IMF_ERRBADPARAMS when the area is refused.
-IMF_ERROR ResolveSeparateArea(const IMF_BITMAP *src, const IMF_RECT *area, IMF_RECT *rect);
 
 // Step 2 into `*fresh` (which then owns its buffers). The source must have
 // passed BitmapIsValid. IMF_NOERROR; IMF_ERRBADBITMAP for sources with more
 // than 8 bits per component; IMF_ERRMEMORY (then `*fresh` owns nothing).
 IMF_ERROR BeginSeparate(const IMF_BITMAP *src, const IMF_RECT *area, IMF_BITMAP *fresh);
-
-// Step 4. `dst` may be null (in place) or equal to `src` (also in place).
-void FinishSeparate(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_BITMAP *fresh);
 
 // Calls row(in, out, count) for each row of `rect`: `in` points at the
 // source's pixel (rect.left, y), `out` at the same pixel of `fresh`, and
@@ -66,7 +60,7 @@ IMF_ERROR RunSeparate(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, co
     IMF_ERROR rc = BeginSeparate(src, area, &fresh);
     if (rc != IMF_NOERROR) return rc;
     ForEachSeparateRow(src, &fresh, rect, row);
-    FinishSeparate(src, dst, &fresh);
+    HandOver(src, dst, &fresh);
     return IMF_NOERROR;
 }
 

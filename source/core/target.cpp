@@ -3,7 +3,7 @@
 #include <cstring>
 
 #include "libtools.h"
-#include "pixel_types.h"
+#include "records/pixel_types.h"
 
 namespace imge {
 

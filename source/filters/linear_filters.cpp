@@ -5,7 +5,7 @@
 
 #include "core/scratch.h"
 #include "filters/linear_rows.h"
-#include "filters/row_frame.h"
+#include "core/row_frame.h"
 #include "libformat.h"
 
 namespace imge {

@@ -11,7 +11,6 @@
 #include <hwy/highway.h>
 
 #include "core/byte_vectors-inl.h"
-#include "core/dispatch.h"
 #include "filters/linear_rows.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -29,9 +28,7 @@ int LinearShortVec(const int16_t *, const uint8_t *const *, int, int, int, int32
     return begin;
 }
 int SharpenRowVec(float, float, bool, const uint8_t *const *, int, int begin, int, uint8_t *) { return begin; }
-int BoxPrefixVec(const uint16_t *, int, int, uint16_t *) { return 0; }
 int SharpenShortVec(int, uint16_t, int, bool, const uint8_t *const *, int, int begin, int, uint8_t *) { return begin; }
-int BoxDiffVec(const uint16_t *, int, int, int, uint16_t, int, int, uint8_t *) { return 0; }
 #else
 
 // Each returns the first byte position left for the caller.
@@ -250,8 +247,35 @@ int BoxDiffVec(const uint16_t *HWY_RESTRICT q, int span, int bpp, int pre_shift,
 
 #endif  // HWY_TARGET == HWY_SCALAR
 
+// Running totals and differences modulo 2^16, then the division by n * n as
+// shifts and a multiply-high. The one-lane target runs the plain loop.
+void BoxRowVec(const uint16_t *HWY_RESTRICT col, int n, int bpp, int begin, int end, uint64_t magic,
+               uint16_t *HWY_RESTRICT scratch, uint8_t *HWY_RESTRICT out) {
+#if HWY_TARGET == HWY_SCALAR
+    (void)scratch;
+    BoxRow(col, n, bpp, begin, end, magic, out);
+#else
+    (void)magic;
+    const int span = (n - 1) * bpp;
+    const int count = end - begin;
+    const int total = count + span;
+    uint16_t *q = scratch + kBoxScratchLead;
+    for (int t = -bpp; t < 0; ++t) q[t] = 0;
+    const uint16_t *c = col + begin;
+    int t = BoxPrefixVec(c, bpp, total, q);
+    for (; t < total; ++t) q[t] = static_cast<uint16_t>(c[t] + q[t - bpp]);
+    const BoxDivision div = MakeBoxDivision(n);
+    t = BoxDiffVec(q, span, bpp, div.pre_shift, div.odd.magic, div.odd.shift, count, out + begin);
+    for (; t < count; ++t)
+        out[begin + t] = static_cast<uint8_t>(ApplyBoxDivision(div, static_cast<uint16_t>(q[t + span] - q[t - bpp])));
+#endif
+}
+
 void ColumnUpdateVec(uint16_t *HWY_RESTRICT col, const uint8_t *HWY_RESTRICT add, const uint8_t *HWY_RESTRICT sub,
                      std::size_t n) {
+#if HWY_TARGET == HWY_SCALAR
+    ColumnUpdatePlain(col, add, sub, n);
+#else
     const hn::ScalableTag<uint16_t> d16;
     const hn::Rebind<uint8_t, decltype(d16)> d8;
     const std::size_t L = hn::Lanes(d16);
@@ -261,6 +285,7 @@ void ColumnUpdateVec(uint16_t *HWY_RESTRICT col, const uint8_t *HWY_RESTRICT add
         hn::StoreU(hn::Sub(v, hn::PromoteTo(d16, hn::LoadU(d8, sub + i))), d16, col + i);
     }
     for (; i < n; ++i) col[i] = static_cast<uint16_t>(col[i] + add[i] - sub[i]);
+#endif
 }
 
 }  // namespace HWY_NAMESPACE
@@ -274,32 +299,16 @@ HWY_EXPORT(LinearShortVec);
 HWY_EXPORT(SharpenRowVec);
 HWY_EXPORT(SharpenShortVec);
 HWY_EXPORT(ColumnUpdateVec);
-HWY_EXPORT(BoxPrefixVec);
-HWY_EXPORT(BoxDiffVec);
+HWY_EXPORT(BoxRowVec);
 
 void BoxRowFast(const uint16_t *col, int n, int bpp, int begin, int end, uint64_t magic, uint16_t *scratch,
                 uint8_t *out) {
-    // Running totals and differences modulo 2^16, then the division by
-    // n * n as shifts and a multiply-high.
     if (begin >= end) return;
-    if (ScalarForced()) return BoxRow(col, n, bpp, begin, end, magic, out);
-    const int span = (n - 1) * bpp;
-    const int count = end - begin;
-    const int total = count + span;
-    uint16_t *q = scratch + kBoxScratchLead;
-    for (int t = -bpp; t < 0; ++t) q[t] = 0;
-    const uint16_t *c = col + begin;
-    int t = HWY_DYNAMIC_DISPATCH(BoxPrefixVec)(c, bpp, total, q);
-    for (; t < total; ++t) q[t] = static_cast<uint16_t>(c[t] + q[t - bpp]);
-    const BoxDivision div = MakeBoxDivision(n);
-    t = HWY_DYNAMIC_DISPATCH(BoxDiffVec)(q, span, bpp, div.pre_shift, div.odd.magic, div.odd.shift, count,
-                                         out + begin);
-    for (; t < count; ++t)
-        out[begin + t] = static_cast<uint8_t>(ApplyBoxDivision(div, static_cast<uint16_t>(q[t + span] - q[t - bpp])));
+    HWY_DYNAMIC_DISPATCH(BoxRowVec)(col, n, bpp, begin, end, magic, scratch, out);
 }
 
 void LinearRow(const LinearPlan &plan, const uint8_t *const *slots, int bpp, int begin, int end, uint8_t *out) {
-    if (plan.mode == LinearPlan::kPlain || ScalarForced()) return LinearRowPlain(plan, slots, bpp, begin, end, out);
+    if (plan.mode == LinearPlan::kPlain) return LinearRowPlain(plan, slots, bpp, begin, end, out);
     const bool divide = plan.divisor != 1;
     const int32_t bias = static_cast<int32_t>(plan.bias);
     const uint8_t *base[LinearPlan::kMaxTaps];
@@ -336,7 +345,7 @@ void LinearRow(const LinearPlan &plan, const uint8_t *const *slots, int bpp, int
 }
 
 void SharpenRow(int64_t p, int64_t d, const uint8_t *const *slots, int bpp, int begin, int end, uint8_t *out) {
-    if (!SharpenFitsFloat(p) || ScalarForced()) return SharpenRowPlain(p, d, slots, bpp, begin, end, out);
+    if (!SharpenFitsFloat(p)) return SharpenRowPlain(p, d, slots, bpp, begin, end, out);
     if (SharpenFitsShort(p)) {
         const LinearPlan::Div16 div = MakeDiv16(static_cast<uint32_t>(d < 0 ? -d : d));
         const int done = HWY_DYNAMIC_DISPATCH(SharpenShortVec)(static_cast<int>(p), div.magic, div.shift, d < 0,
@@ -350,7 +359,6 @@ void SharpenRow(int64_t p, int64_t d, const uint8_t *const *slots, int bpp, int 
 }
 
 void ColumnUpdate(uint16_t *col, const uint8_t *add, const uint8_t *sub, std::size_t n) {
-    if (ScalarForced()) return ColumnUpdatePlain(col, add, sub, n);
     HWY_DYNAMIC_DISPATCH(ColumnUpdateVec)(col, add, sub, n);
 }
 

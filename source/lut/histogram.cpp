@@ -9,7 +9,7 @@
 #include "libformat.h"
 #include "lut/luma_rows.h"
 #include "libtools.h"
-#include "pixel_types.h"
+#include "records/pixel_types.h"
 
 namespace imge {
 namespace {
@@ -18,12 +18,9 @@ namespace {
 // 0, 1, 2).
 struct Rgb { int r, g, b; };
 Rgb RgbPositions(unsigned type) {
-    switch (type) {
-        case IMF_BGR: case IMF_BGRA: return {2, 1, 0};
-        case IMF_ABGR: return {3, 2, 1};
-        case IMF_ARGB: return {1, 2, 3};
-        default: return {0, 1, 2};
-    }
+    imgrec::RgbOrder o;
+    if (!imgrec::RgbOrderOf(type, &o)) return {0, 1, 2};
+    return {o.r, o.g, o.b};
 }
 
 inline const TUbyte *Row(const IMF_BITMAP *b, TLong y) {

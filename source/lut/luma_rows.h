@@ -12,6 +12,6 @@ namespace imge {
 void LumaRow(const uint8_t *p, std::size_t n, int bpp, int r, int g, int b, uint8_t *out);
 
 // The plain loop.
-void LumaRowScalar(const uint8_t *p, std::size_t n, int bpp, int r, int g, int b, uint8_t *out);
+void LumaRowPlain(const uint8_t *p, std::size_t n, int bpp, int r, int g, int b, uint8_t *out);
 
 }  // namespace imge

@@ -6,7 +6,6 @@
 #include <hwy/foreach_target.h>  // IWYU pragma: keep
 #include <hwy/highway.h>
 
-#include "core/dispatch.h"
 #include "lut/luma_rows.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -24,6 +23,9 @@ HWY_INLINE hn::Vec<D16> Weighted(D16 d16, V8 r, V8 g, V8 b) {
 
 void LumaRowVec(const uint8_t *HWY_RESTRICT p, std::size_t n, int bpp, int r, int g, int b,
                 uint8_t *HWY_RESTRICT out) {
+#if HWY_TARGET == HWY_SCALAR
+    return LumaRowPlain(p, n, bpp, r, g, b, out);
+#else
     const hn::ScalableTag<uint16_t> d16;
     const hn::Rebind<uint8_t, decltype(d16)> d8;
     const hn::Rebind<int16_t, decltype(d16)> di16;  // results are at most 255: narrowing from signed is exact
@@ -42,7 +44,8 @@ void LumaRowVec(const uint8_t *HWY_RESTRICT p, std::size_t n, int bpp, int r, in
             hn::StoreU(hn::DemoteTo(d8, hn::BitCast(di16, Weighted(d16, v[r], v[g], v[b]))), d8, out + i);
         }
     }
-    LumaRowScalar(p + i * bpp, n - i, bpp, r, g, b, out + i);
+    LumaRowPlain(p + i * bpp, n - i, bpp, r, g, b, out + i);
+#endif
 }
 
 }  // namespace HWY_NAMESPACE
@@ -53,13 +56,7 @@ HWY_AFTER_NAMESPACE();
 namespace imge {
 HWY_EXPORT(LumaRowVec);
 
-void LumaRowScalar(const uint8_t *p, std::size_t n, int bpp, int r, int g, int b, uint8_t *out) {
-    for (std::size_t i = 0; i < n; ++i, p += bpp)
-        out[i] = static_cast<uint8_t>((77 * p[r] + 150 * p[g] + 29 * p[b]) >> 8);
-}
-
 void LumaRow(const uint8_t *p, std::size_t n, int bpp, int r, int g, int b, uint8_t *out) {
-    if (ScalarForced()) return LumaRowScalar(p, n, bpp, r, g, b, out);
     HWY_DYNAMIC_DISPATCH(LumaRowVec)(p, n, bpp, r, g, b, out);
 }
 

@@ -4,7 +4,7 @@
 
 #include "core/bitmap_check.h"
 #include "core/target.h"
-#include "lut/lut_rows.h"
+#include "core/lut_rows.h"
 
 namespace imge {
 namespace {

@@ -1,5 +1,4 @@
-// imfApplyLut and imfNegate, the table engine's exported entry points.
-#include <cstring>
+// imfNegate: the complement through the table engine, binary bitmaps bit by bit.
 
 #include "core/bitmap_check.h"
 #include "core/target.h"
@@ -39,14 +38,6 @@ IMF_ERROR NegateBinary(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area) {
 }  // namespace
 
 extern "C" {
-
-IMF_ERROR imfApplyLut(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, const TUbyte table[256]) {
-    if (!src || !table) return IMF_ERRBADPARAMS;
-    if (src->Type == IMF_BINARY) return IMF_ERRBADBITMAP;
-    TUbyte local[256];
-    std::memcpy(local, table, sizeof local);
-    return imge::ApplyLut(src, dst, area, local);
-}
 
 IMF_ERROR imfNegate(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area) {
     if (!src) return IMF_ERRBADPARAMS;

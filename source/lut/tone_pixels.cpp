@@ -10,7 +10,8 @@
 #include "core/separate_frame.h"
 #include "core/target.h"
 #include "libformat.h"
-#include "lut/lut_rows.h"
+#include "libtools.h"
+#include "core/lut_rows.h"
 #include "lut/tone_pixels.h"
 #include "lut/tone_tables.h"
 
@@ -72,7 +73,7 @@ IMF_ERROR imfContraBrightness(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *
     if (!imge::BitmapIsValid(src)) return IMF_ERRBADBITMAP;
     if (src->Type != IMF_GREY && !IsTrueColour(src)) return IMF_ERRBADBITMAP;
     IMF_RECT r;
-    if (imge::ResolveSeparateArea(src, area, &r) != IMF_NOERROR) return IMF_ERRBADPARAMS;
+    if (imfGetClippingRect(src, area, &r)) return IMF_ERRBADPARAMS;
     TUbyte table[256];
     for (unsigned v = 0; v < 256; ++v) table[v] = static_cast<TUbyte>(imge::conbright(v, amount, 255));
     // The new bitmap is first a whole copy of the source (one streaming
@@ -85,7 +86,7 @@ IMF_ERROR imfContraBrightness(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *
     const int bpp = src->BytesPerPixel;
     imge::ForEachSeparateRow(&fresh, &fresh, r,
                              [&](const TUbyte *, TUbyte *out, TLong n) { ConbrightRow(out, n, bpp, table); });
-    imge::FinishSeparate(src, dst, &fresh);
+    imge::HandOver(src, dst, &fresh);
     return IMF_NOERROR;
 }
 
@@ -93,7 +94,7 @@ IMF_ERROR imfGammasat(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, do
     if (!src) return IMF_ERRBADPARAMS;
     if (!imge::BitmapIsValid(src)) return IMF_ERRBADBITMAP;
     IMF_RECT r;
-    if (imge::ResolveSeparateArea(src, area, &r) != IMF_NOERROR) return IMF_ERRBADPARAMS;
+    if (imfGetClippingRect(src, area, &r)) return IMF_ERRBADPARAMS;
     if (!IsTrueColour(src)) return IMF_ERRBADBITMAP;
     if (!imge::GammaIsValid(gamma)) return IMF_ERRBADPARAMS;
     imge::Scratch<TUbyte> table(256 * 256);

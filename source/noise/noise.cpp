@@ -17,6 +17,7 @@
 #include "core/scratch.h"
 #include "core/separate_frame.h"
 #include "libformat.h"
+#include "libtools.h"
 #include "noise/draws.h"
 
 namespace imge {
@@ -176,7 +177,7 @@ extern "C" {
 IMF_ERROR imfNoise(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, double amount, TWord type) {
     if (!imge::BitmapIsValid(src) || src->Type == IMF_BINARY) return IMF_ERRBADBITMAP;
     IMF_RECT r;
-    if (imge::ResolveSeparateArea(src, area, &r) != IMF_NOERROR) return IMF_ERRBADPARAMS;
+    if (imfGetClippingRect(src, area, &r)) return IMF_ERRBADPARAMS;
     if (!std::isfinite(amount) || amount < 0.0 || (type == IMF_NoisePoisson && amount == 0.0))
         return IMF_ERRBADPARAMS;
     IMF_BITMAP fresh;
@@ -191,7 +192,7 @@ IMF_ERROR imfNoise(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, doubl
         imge::RandDraws draws;
         imge::AddNoise(src, &fresh, r, amount, type, draws);
     }
-    imge::FinishSeparate(src, dst, &fresh);
+    imge::HandOver(src, dst, &fresh);
     return IMF_NOERROR;
 }
 

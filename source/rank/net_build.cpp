@@ -8,7 +8,7 @@ void BuildColumnSort(int n, NetProgram *p) { *p = net::ColumnSort(n); }
 void BuildBoxSelect(int n, NetProgram *p) { *p = net::BoxSelect(n); }
 void BuildCrossSelect(int n, NetProgram *p) { *p = net::CrossSelect(n); }
 
-void RunNetScalar(const NetProgram &p, const uint8_t *const *rows, int bpp, std::size_t begin, std::size_t count,
+void RunNetPlain(const NetProgram &p, const uint8_t *const *rows, int bpp, std::size_t begin, std::size_t count,
                   uint8_t *const *outs) {
     uint8_t r[256];
     for (std::size_t pos = begin; pos < count; ++pos) {

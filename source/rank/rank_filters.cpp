@@ -1,13 +1,12 @@
-// The rank filters and the Gaussian blur: each is the shared row frame with
+// The rank filters: each is the shared row frame with
 // its size test and its row kernel.
-#include "filters/row_frame.h"
+#include "core/row_frame.h"
 #include "libformat.h"
 #include "rank/rank_kernels.h"
 
 namespace {
 
 constexpr TLong kLargestRank = 15;
-constexpr TLong kLargestGauss = 25;
 
 bool RankSizeOk(TLong n) { return n >= 2 && n <= kLargestRank; }
 
@@ -38,11 +37,6 @@ IMF_ERROR imfMedianBox(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, T
 IMF_ERROR imfMedianCross(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, TLong filter_size) {
     const bool ok = RankSizeOk(filter_size);
     return Run(src, dst, area, filter_size, ok, imge::MedianCrossKernel(ok ? filter_size : 2));
-}
-
-IMF_ERROR imfBlurGaussian(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, TLong filter_size) {
-    const bool ok = filter_size >= 2 && filter_size <= kLargestGauss;
-    return Run(src, dst, area, filter_size, ok, imge::GaussKernel(ok ? filter_size : 2));
 }
 
 }  // extern "C"

@@ -87,14 +87,4 @@ void MedianCrossKernel::Row(const uint8_t *const *slots, int begin, int end, uin
     RunNet(net_[0], kNetCrossSelect, n_, in, bpp_, static_cast<std::size_t>(end - begin), &dst);
 }
 
-bool GaussKernel::Prepare(int width, int bpp) {
-    bpp_ = bpp;
-    MakeGaussWeights(n_, &w_);
-    return scratch_.Allocate(ExtendedBytes(width, bpp, n_));
-}
-
-void GaussKernel::Row(const uint8_t *const *slots, int begin, int end, uint8_t *out) {
-    GaussRow(w_, slots, bpp_, begin, end, scratch_.get(), out);
-}
-
 }  // namespace imge

@@ -1,4 +1,4 @@
-// Per-call state of each rank filter and of the Gaussian blur: what the row
+// Per-call state of each rank filter: what the row
 // frame needs to compute one output row from its ring of edge-extended rows.
 //
 // Prepare() allocates the call's scratch for rows of `width` pixels (false
@@ -59,18 +59,6 @@ public:
 private:
     int n_, bpp_ = 0;
     Scratch<NetProgram> net_;
-};
-
-class GaussKernel {
-public:
-    explicit GaussKernel(int n) : n_(n) {}
-    bool Prepare(int width, int bpp);
-    void Row(const uint8_t *const *slots, int begin, int end, uint8_t *out);
-
-private:
-    int n_, bpp_ = 0;
-    GaussWeights w_;
-    Scratch<float> scratch_;
 };
 
 }  // namespace imge

@@ -1,4 +1,4 @@
-// Row kernels of the rank filters and the Gaussian blur.
+// Row kernels of the rank filters.
 //
 // Every kernel computes the output bytes i = begin .. end - 1 of one row from
 // the n edge-extended rows of its neighbourhood: slots[k] is the row of ring
@@ -71,26 +71,11 @@ void RunNet(const NetProgram &p, int kind, int n, const uint8_t *const *rows, in
 // per byte position sliding along the row (for the larger sizes).
 void MedianHistogramRow(const uint8_t *const *slots, int n, int bpp, int begin, int end, uint8_t *out);
 
-// ---- Gaussian blur -----------------------------------------------------------------
-// Separable single-precision pass: vertical weights v[k], then horizontal
-// weights h[j] (already divided by the weight sum); the result truncated.
-struct GaussWeights {
-    int n = 0;
-    float v[25];
-    float h[25];
-};
-void MakeGaussWeights(int n, GaussWeights *w);
-// scratch holds at least (end - begin) + (n - 1) * bpp floats.
-void GaussRow(const GaussWeights &w, const uint8_t *const *slots, int bpp, int begin, int end, float *scratch,
-              uint8_t *out);
-
 // Scalar versions (the plain paths; identical bytes).
-void MinMaxRowScalar(bool is_max, const uint8_t *const *slots, int n, int bpp, int begin, int end,
+void MinMaxRowPlain(bool is_max, const uint8_t *const *slots, int n, int bpp, int begin, int end,
                      uint8_t *scratch, uint8_t *out, bool vertical_done);
-void PickRowsScalar(bool is_max, const uint8_t *a, const uint8_t *b, uint8_t *dst, std::size_t len);
-void RunNetScalar(const NetProgram &p, const uint8_t *const *rows, int bpp, std::size_t begin, std::size_t count,
+void PickRowsPlain(bool is_max, const uint8_t *a, const uint8_t *b, uint8_t *dst, std::size_t len);
+void RunNetPlain(const NetProgram &p, const uint8_t *const *rows, int bpp, std::size_t begin, std::size_t count,
                   uint8_t *const *outs);
-void GaussRowScalar(const GaussWeights &w, const uint8_t *const *slots, int bpp, int begin, int end, float *scratch,
-                    uint8_t *out);
 
 }  // namespace imge

@@ -1,4 +1,4 @@
-// Vector row kernels of the rank filters and the Gaussian blur (Highway,
+// Vector row kernels of the rank filters (Highway,
 // dispatched at run time). Each computes exactly what its plain twin in
 // rank_rows.cpp computes, in the same order of operations.
 #undef HWY_TARGET_INCLUDE
@@ -10,7 +10,6 @@
 #include <utility>
 
 #include "core/byte_vectors-inl.h"
-#include "core/dispatch.h"
 #include "rank/net_build.h"
 #include "rank/rank_rows.h"
 
@@ -102,10 +101,14 @@ void MinMaxImpl(const uint8_t *const *slots, int n, int bpp, int begin, int end,
 
 void MinMaxRowVec(bool is_max, const uint8_t *const *slots, int n, int bpp, int begin, int end,
                   uint8_t *HWY_RESTRICT scratch, uint8_t *HWY_RESTRICT out, bool vertical_done) {
+#if HWY_TARGET == HWY_SCALAR
+    return MinMaxRowPlain(is_max, slots, n, bpp, begin, end, scratch, out, vertical_done);
+#else
     if (is_max)
         MinMaxImpl<true>(slots, n, bpp, begin, end, scratch, out, vertical_done);
     else
         MinMaxImpl<false>(slots, n, bpp, begin, end, scratch, out, vertical_done);
+#endif
 }
 
 template <bool is_max>
@@ -118,10 +121,14 @@ void PickImpl(const uint8_t *a, const uint8_t *b, uint8_t *dst, std::size_t len)
 }
 
 void PickRowsVec(bool is_max, const uint8_t *a, const uint8_t *b, uint8_t *dst, std::size_t len) {
+#if HWY_TARGET == HWY_SCALAR
+    return PickRowsPlain(is_max, a, b, dst, len);
+#else
     if (is_max)
         PickImpl<true>(a, b, dst, len);
     else
         PickImpl<false>(a, b, dst, len);
+#endif
 }
 
 // A fixed network unrolled into straight-line code: every register index is
@@ -177,6 +184,10 @@ struct FixedNet {
 
 std::size_t RunNetVec(int kind, int n, const uint8_t *const *rows, int bpp, std::size_t count,
                       uint8_t *const *outs) {
+#if HWY_TARGET == HWY_SCALAR
+    (void)kind, (void)n, (void)rows, (void)bpp, (void)count, (void)outs;
+    return 0;  // the plain network does every column
+#else
     using nets::Box;
     using nets::Cross;
 #define IMGE_BOX(N)                                                            \
@@ -199,44 +210,7 @@ std::size_t RunNetVec(int kind, int n, const uint8_t *const *rows, int bpp, std:
     }
 #undef IMGE_BOX
 #undef IMGE_CROSS
-}
-
-void GaussRowVec(const GaussWeights &w, const uint8_t *const *slots, int bpp, int begin, int end,
-                 float *HWY_RESTRICT scratch, uint8_t *HWY_RESTRICT out) {
-    const hn::ScalableTag<float> df;
-    const hn::Rebind<int32_t, decltype(df)> di;
-    const hn::Rebind<uint8_t, decltype(df)> d8;
-    const std::size_t L = hn::Lanes(df);
-    const int n = w.n;
-    const std::size_t count = static_cast<std::size_t>(end - begin);
-    const std::size_t len = count + static_cast<std::size_t>(n - 1) * bpp;
-    auto load = [&](const uint8_t *p) { return hn::ConvertTo(df, hn::PromoteTo(di, hn::LoadU(d8, p))); };
-    std::size_t t = 0;
-    for (; t + L <= len; t += L) {
-        auto acc = hn::Mul(hn::Set(df, w.v[0]), load(slots[0] + begin + t));
-        for (int k = 1; k < n; ++k) acc = hn::Add(acc, hn::Mul(hn::Set(df, w.v[k]), load(slots[k] + begin + t)));
-        hn::StoreU(acc, df, scratch + t);
-    }
-    for (; t < len; ++t) {
-        float acc = w.v[0] * static_cast<float>(slots[0][begin + t]);
-        for (int k = 1; k < n; ++k) acc = acc + w.v[k] * static_cast<float>(slots[k][begin + t]);
-        scratch[t] = acc;
-    }
-    uint8_t *o = out + begin;
-    std::size_t i = 0;
-    for (; i + L <= count; i += L) {
-        auto acc = hn::Mul(hn::Set(df, w.h[0]), hn::LoadU(df, scratch + i));
-        for (int j = 1; j < n; ++j)
-            acc = hn::Add(acc, hn::Mul(hn::Set(df, w.h[j]), hn::LoadU(df, scratch + i + static_cast<std::size_t>(j) * bpp)));
-        const auto q = hn::ConvertTo(di, acc);  // truncates toward zero
-        hn::StoreU(SaturateToBytes(d8, q), d8, o + i);
-    }
-    for (; i < count; ++i) {
-        float acc = w.h[0] * scratch[i];
-        for (int j = 1; j < n; ++j) acc = acc + w.h[j] * scratch[i + static_cast<std::size_t>(j) * bpp];
-        const int q = static_cast<int>(acc);
-        o[i] = static_cast<uint8_t>(q > 255 ? 255 : q < 0 ? 0 : q);
-    }
+#endif
 }
 
 }  // namespace HWY_NAMESPACE
@@ -248,30 +222,20 @@ namespace imge {
 HWY_EXPORT(MinMaxRowVec);
 HWY_EXPORT(PickRowsVec);
 HWY_EXPORT(RunNetVec);
-HWY_EXPORT(GaussRowVec);
 
 void MinMaxRow(bool is_max, const uint8_t *const *slots, int n, int bpp, int begin, int end, uint8_t *scratch,
                uint8_t *out, bool vertical_done) {
-    if (ScalarForced()) return MinMaxRowScalar(is_max, slots, n, bpp, begin, end, scratch, out, vertical_done);
     HWY_DYNAMIC_DISPATCH(MinMaxRowVec)(is_max, slots, n, bpp, begin, end, scratch, out, vertical_done);
 }
 
 void PickRows(bool is_max, const uint8_t *a, const uint8_t *b, uint8_t *dst, std::size_t len) {
-    if (ScalarForced()) return PickRowsScalar(is_max, a, b, dst, len);
     HWY_DYNAMIC_DISPATCH(PickRowsVec)(is_max, a, b, dst, len);
 }
 
 void RunNet(const NetProgram &p, int kind, int n, const uint8_t *const *rows, int bpp, std::size_t count,
             uint8_t *const *outs) {
-    std::size_t done = 0;
-    if (!ScalarForced()) done = HWY_DYNAMIC_DISPATCH(RunNetVec)(kind, n, rows, bpp, count, outs);
-    RunNetScalar(p, rows, bpp, done, count, outs);
-}
-
-void GaussRow(const GaussWeights &w, const uint8_t *const *slots, int bpp, int begin, int end, float *scratch,
-              uint8_t *out) {
-    if (ScalarForced()) return GaussRowScalar(w, slots, bpp, begin, end, scratch, out);
-    HWY_DYNAMIC_DISPATCH(GaussRowVec)(w, slots, bpp, begin, end, scratch, out);
+    const std::size_t done = HWY_DYNAMIC_DISPATCH(RunNetVec)(kind, n, rows, bpp, count, outs);
+    RunNetPlain(p, rows, bpp, done, count, outs);
 }
 
 }  // namespace imge

@@ -14,7 +14,7 @@
 #include <functional>
 #include <string>
 
-#include "core/convert.h"
+#include "records/record_convert.h"
 #include "fuzz_support.h"
 #include "libformat.h"
 #include "libimge.h"
@@ -129,7 +129,7 @@ IMG_BITMAP *Twin(const ImfCall &imf, const IMG_BITMAP &src, bool separate, IMF_E
     if (!clone) fuzz::Fail("imgCloneBitmap failed");
     IMF_BITMAP s, d;
     std::memset(&d, 0, sizeof d);
-    imge::imgCopyBitmapFromimgBitmap(&s, clone);
+    imgrec::ToImf(&s, clone);
     *rc = imf(&s, separate ? &d : nullptr);
     if (*rc != IMF_NOERROR) {
         imgFreeBitmap(clone);
@@ -138,11 +138,11 @@ IMG_BITMAP *Twin(const ImfCall &imf, const IMG_BITMAP &src, bool separate, IMF_E
     if (separate) {
         auto *out = static_cast<IMG_BITMAP *>(imgMemoryAlloc(sizeof(IMG_BITMAP)));
         if (!out) fuzz::Fail("imgMemoryAlloc failed");
-        imge::imgCopyBitmapFromimfBitmap(out, &d);
+        imgrec::ToImg(out, &d);
         imgFreeBitmap(clone);
         return out;
     }
-    imge::imgCopyBitmapFromimfBitmap(clone, &s);
+    imgrec::ToImg(clone, &s);
     return clone;
 }
 
@@ -254,7 +254,7 @@ void CheckTrueColour(fuzz::Input &in, IMG_BITMAP *src) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
-    fuzz::ChoosePaths(data, size);
+    const fuzz::PathChoice paths(data, size);
     fuzz::Input in(data, size);
     const unsigned type = testing_support::kAllTypes[in.Range(0, 9)];
     const int w = fuzz::Side(in, 100), h = fuzz::Side(in, 24);
@@ -273,7 +273,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
             FUZZ_CHECK(imgGetNumberOfColorsUsed(nullptr) == 0xFFFFFFFFu);
             if (src.b->BitsPerComponent <= 8) {
                 IMF_BITMAP view;
-                imge::imgCopyBitmapFromimgBitmap(&view, src.b);
+                imgrec::ToImf(&view, src.b);
                 FUZZ_CHECK(imgGetNumberOfColorsUsed(src.b) == imfGetCountColors(&view, -1));
             }
             break;

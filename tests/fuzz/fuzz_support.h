@@ -14,6 +14,8 @@
 #include <string>
 #include <vector>
 
+#include <hwy/targets.h>
+
 #include "libimg.h"
 #include "libtools.h"
 #include "pixel_types.h"
@@ -118,12 +120,28 @@ private:
     const uint8_t *p_, *end_;
 };
 
-// The top bit of the input's last byte switches the vector paths off
-// (IMGE_FORCE_SCALAR, read at every call), so both paths meet the
-// references; the byte is still read as usual.
-inline void ChoosePaths(const uint8_t *data, size_t size) {
-    setenv("IMGE_FORCE_SCALAR", size && (data[size - 1] & 0x80) ? "1" : "0", 1);
-}
+// The top bit of the input's last byte switches the vector paths off for
+// the run of one input (the plain loops are Highway's one-lane target), so
+// both paths meet the references; the byte is still read as usual. The
+// targets in force before come back afterwards.
+class PathChoice {
+public:
+    PathChoice(const uint8_t *data, size_t size)
+        : saved_(hwy::SupportedTargets()), plain_(size && (data[size - 1] & 0x80)) {
+        if (plain_) hwy::SetSupportedTargetsForTest(HWY_SCALAR);
+    }
+    ~PathChoice() {
+        if (!plain_) return;
+        hwy::SetSupportedTargetsForTest(saved_);
+        hwy::GetChosenTarget().Update(hwy::SupportedTargets());
+    }
+    PathChoice(const PathChoice &) = delete;
+    PathChoice &operator=(const PathChoice &) = delete;
+
+private:
+    int64_t saved_;
+    bool plain_;
+};
 
 // The ten types the pixel code handles, and a few it must refuse.
 inline unsigned AnyType(Input &in) {

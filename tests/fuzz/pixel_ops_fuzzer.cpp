@@ -517,7 +517,7 @@ void CheckBaseServices(fuzz::Input &in, const OwnedImf &src, int w, int h) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
-    fuzz::ChoosePaths(data, size);
+    const fuzz::PathChoice paths(data, size);
     fuzz::Input in(data, size);
     const unsigned type = testing_support::kAllTypes[in.Range(0, 9)];
     const int w = fuzz::Side(in, 100), h = fuzz::Side(in, 24);

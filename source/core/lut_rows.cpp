@@ -1,4 +1,4 @@
-#include "lut/lut_rows.h"
+#include "core/lut_rows.h"
 
 namespace imge {
 

@@ -1,4 +1,4 @@
-#include "filters/row_frame.h"
+#include "core/row_frame.h"
 
 #include <cstdint>
 #include <cstring>

@@ -1,4 +1,5 @@
-// Row kernels of the table engine.
+// Row kernels of 256-entry byte tables, shared by the table engine (lut/) and
+// the shadow/highlight stretch (colour/).
 #pragma once
 
 #include <cstddef>
