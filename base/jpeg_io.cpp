@@ -249,7 +249,7 @@ IMG_ERROR DecodeJpeg(const uint8_t *data, size_t size, bool accept_damaged, IMF_
     const Fail f = RunDecode(d, data, size);
     if (f == Fail::Memory) return IMG_ERROR_NO_MEMORY;
     if (f == Fail::Codec) {
-        msg.Set("%s", d.err.message);
+        msg.Set("bad JPEG file: %s", d.err.message);
         return d.err.pub.msg_code == JERR_OUT_OF_MEMORY ? IMG_ERROR_NO_MEMORY : IMG_ERROR_FILE_READ;
     }
     *out = d.out;

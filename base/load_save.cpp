@@ -335,7 +335,7 @@ IMG_ERROR Load(const char *path, const IMG_LOAD_OPTIONS &opt, IMG_BITMAP **out, 
     } else if (n >= 2 && d[0] == 'P' && d[1] >= '1' && d[1] <= '7') {
         rc = imgio::DecodePnm(d, n, &b, msg);
     } else {
-        msg.Set("not a PNG, JPEG or PNM file");
+        msg.Set("unsupported format (not a PNG, JPEG or PNM file)");
         return IMG_ERROR_UNKNOWN_FORMAT;
     }
     if (rc != IMG_NO_ERROR) {

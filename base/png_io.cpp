@@ -322,7 +322,7 @@ IMG_ERROR DecodePng(const uint8_t *data, size_t size, IMF_BITMAP *out, Message &
     if (!r.png || !(r.info = png_create_info_struct(r.png))) return IMG_ERROR_NO_MEMORY;
     if (!ReadPng(r)) {
         if (r.no_memory) return IMG_ERROR_NO_MEMORY;
-        msg.Set("%s", r.message);
+        msg.Set("bad PNG file: %s", r.message);
         return IMG_ERROR_FILE_READ;
     }
     *out = r.out;

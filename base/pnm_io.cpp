@@ -27,13 +27,14 @@ struct Reader {
             }
         }
     }
+    // -1: no number; -2: too large.
     long Number() {
         SkipSpace();
         long v = 0;
         size_t digits = 0;
         while (pos < size && data[pos] >= '0' && data[pos] <= '9') {
             v = v * 10 + (data[pos++] - '0');
-            if (v > 0x7FFFFFF) return -1;
+            if (v > 0x7FFFFFF) return -2;
             ++digits;
         }
         return digits ? v : -1;
@@ -45,13 +46,18 @@ struct Reader {
 IMG_ERROR DecodePnm(const uint8_t *data, size_t size, IMF_BITMAP *out, Message &msg) {
     const char kind = static_cast<char>(data[1]);
     if (kind != '4' && kind != '5' && kind != '6') {
-        msg.Set("PNM variant P%c is not read (only binary P4, P5 and P6)", kind);
+        msg.Set("unsupported PNM variant P%c (only binary P4, P5 and P6 are read)", kind);
         return IMG_ERROR_UNKNOWN_FORMAT;
     }
     Reader r{data, size};
     const long w = r.Number(), h = r.Number(), maxval = kind == '4' ? 1 : r.Number();
-    if (w < 1 || h < 1 || maxval < 1 || maxval > 65535 || r.pos >= size) {
-        msg.Set("bad PNM header");
+    const char *bad = w == -2 || h == -2 ? "picture too large"
+                      : w < 0 || h < 0 || maxval == -1 ? "no size in the header"
+                      : w == 0 || h == 0 ? "empty picture"
+                      : maxval < 1 || maxval > 65535 ? "maximum value outside 1..65535"
+                      : r.pos >= size ? "truncated" : nullptr;
+    if (bad) {
+        msg.Set("bad PNM file: %s", bad);
         return IMG_ERROR_FILE_READ;
     }
     ++r.pos;  // the single white-space character before the samples
@@ -59,7 +65,7 @@ IMG_ERROR DecodePnm(const uint8_t *data, size_t size, IMF_BITMAP *out, Message &
     const unsigned long long row_bytes =
         kind == '4' ? (static_cast<unsigned long long>(w) + 7) / 8 : static_cast<unsigned long long>(w) * channels * sample;
     if (row_bytes * static_cast<unsigned long long>(h) > size - r.pos) {
-        msg.Set("PNM pixel data cut short");
+        msg.Set("bad PNM file: truncated pixel data");
         return IMG_ERROR_FILE_READ;
     }
     if (!imfAllock(out, kind == '6' ? IMF_RGB : IMF_GREY, 1, w, h)) return IMG_ERROR_NO_MEMORY;
