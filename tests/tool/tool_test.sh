@@ -187,6 +187,28 @@ run jpeg-flip --direction vertical notjpeg.jpg; expect_rc 1 "jpeg-flip on a PNM"
 expect_err "not transformed" "jpeg-flip on a PNM"; same notjpeg.jpg grey.pgm "failed jpeg-flip changed its file"
 [ ! -e keep.jp_ ] && [ ! -e notjpeg.jp_ ] || fail "work files left behind"
 run jpeg-rotate --by 45 keep.jpg; expect_rc 2 "jpeg-rotate --by 45"
+# Metadata kept through a filter into JPEG and PNG, read back by exiftool;
+# the drop shadow's larger picture gets its EXIF pixel size rewritten. JPEG
+# re-encoding keeps the source's chroma sampling and matches cjpeg -optimize.
+if command -v exiftool >/dev/null && /usr/bin/python3 -c "import PIL.ImageCms" 2>/dev/null; then
+  /usr/bin/python3 -c "from PIL import Image, ImageCms
+p = ImageCms.ImageCmsProfile(ImageCms.createProfile('sRGB')).tobytes()
+Image.open('demo/sample.png').convert('RGB').save('meta.jpg', quality=90, icc_profile=p, dpi=(240, 240), subsampling=0)"
+  exiftool -q -overwrite_original -Make=Canon -DateTimeOriginal="2024:05:06 07:08:09" -GPSLatitude=48.85 \
+    -GPSLatitudeRef=N -Keywords=paris -XMP:Subject=tower -Orientation#=6 -ExifImageWidth=320 -ExifImageHeight=240 meta.jpg
+  tags="-Make -DateTimeOriginal -GPSLatitude -Keywords -Subject -Orientation -ProfileDescription -XResolution -ExifImageWidth"
+  want=$(exiftool -s3 $tags meta.jpg)
+  for kept in kept.jpg kept.png; do
+    run gaussian-blur meta.jpg -o $kept; expect_rc 0 "gaussian-blur to $kept"
+    [ "$(exiftool -s3 $tags $kept)" = "$want" ] || fail "metadata of $kept: $(exiftool -s3 $tags $kept | tr '\n' '|') for $(echo "$want" | tr '\n' '|')"
+  done
+  run drop-shadow meta.jpg -o shadow.jpg; [ "$(exiftool -s3 -ExifImageWidth shadow.jpg)" = 352 ] || fail "EXIF width after drop-shadow"
+  [ "$(/usr/bin/python3 -c "from PIL import Image, JpegImagePlugin as J; print(J.get_sampling(Image.open('kept.jpg')))")" = 0 ] || fail "4:4:4 JPEG re-encoded with other sampling"
+fi
+if command -v cjpeg >/dev/null; then
+  run apply-lut demo/sample.png -o s.pnm; run apply-lut s.pnm -o ours.jpg --quality 75
+  cjpeg -quality 75 -optimize s.pnm > cjpeg.jpg; same ours.jpg cjpeg.jpg "JPEG writer against cjpeg -optimize"
+fi
 # Every EXIF orientation against Pillow: turns, flips and crops of the picture
 # as shown, negative keeping the orientation, --auto-orient.
 if /usr/bin/python3 -c "import PIL" 2>/dev/null; then
