@@ -113,7 +113,7 @@ bool CollectChunks(PngReader &r) {
     int count = 0;
     png_get_text(r.png, r.info, &text, &count);
     for (int k = 0; k < count; ++k) {
-        const size_t n = text[k].compression > 0 ? text[k].itxt_length : text[k].text_length;
+        const size_t n = std::strlen(text[k].text);  // XMP and raw profiles are text
         if (std::strcmp(text[k].key, kXmpKey) == 0) {
             if (!AppendMeta(&tail, IMF_XMP_METADATA, text[k].text, n)) return false;
         } else if (std::strcmp(text[k].key, kIptcKey) == 0) {
@@ -138,6 +138,7 @@ bool CollectChunks(PngReader &r) {
 bool ReadPng(PngReader &r) {
     if (setjmp(png_jmpbuf(r.png))) return false;
     png_set_read_fn(r.png, &r, ReadBytes);
+    png_set_benign_errors(r.png, 1);
     png_read_info(r.png, r.info);
     png_uint_32 w, h;
     int depth, colour, interlace;
@@ -210,9 +211,11 @@ struct PngWriter {
     Buffer *out = nullptr;
     bool no_memory = false;
     char *hex = nullptr;
+    char *xmp = nullptr;
     char message[200] = "";
     ~PngWriter() {
         png_destroy_write_struct(&png, info ? &info : nullptr);
+        std::free(xmp);
         std::free(hex);
     }
 };
@@ -249,6 +252,9 @@ char *RawProfile(const IMF_METADATAENTRY &e) {
 bool WritePng(PngWriter &w, const IMF_BITMAP &b, const IMF_METADATAENTRY *meta) {
     if (setjmp(png_jmpbuf(w.png))) return false;
     png_set_write_fn(w.png, &w, WriteBytes, Flush);
+    // A profile or text that libpng finds questionable is left out rather
+    // than failing the whole file.
+    png_set_benign_errors(w.png, 1);
     const int colour = b.Type == IMF_GREY ? PNG_COLOR_TYPE_GRAY
                        : b.Type == IMF_RGB ? PNG_COLOR_TYPE_RGB
                        : b.Type == IMF_RGBA ? PNG_COLOR_TYPE_RGB_ALPHA
@@ -287,11 +293,18 @@ bool WritePng(PngWriter &w, const IMF_BITMAP &b, const IMF_METADATAENTRY *meta) 
                          static_cast<png_uint_32>(e->Length));
         } else if (e->Marker == IMF_XMP_METADATA && !xmp_set) {
             xmp_set = true;
+            // libpng takes text up to its terminating zero.
+            if (!(w.xmp = static_cast<char *>(std::malloc(static_cast<size_t>(e->Length) + 1)))) {
+                w.no_memory = true;
+                return false;
+            }
+            std::memcpy(w.xmp, data, static_cast<size_t>(e->Length));
+            w.xmp[e->Length] = '\0';
             png_text &t = texts[ntext++];
             t.compression = PNG_ITXT_COMPRESSION_NONE;
             t.key = const_cast<char *>(kXmpKey);
-            t.text = reinterpret_cast<char *>(data);
-            t.itxt_length = static_cast<size_t>(e->Length);
+            t.text = w.xmp;
+            t.itxt_length = std::strlen(w.xmp);
         } else if (e->Marker == IMF_IPTC_METADATA && !w.hex) {
             if (!(w.hex = RawProfile(*e))) {
                 w.no_memory = true;
