@@ -97,6 +97,11 @@ Op WithCheck(Op op, std::function<void(const Args &)> check) {
     return op;
 }
 
+Op TrueColour(Op op) {
+    op.true_colour = true;
+    return op;
+}
+
 namespace {
 
 void AddFamily(std::vector<Op> &all, const char *family, std::vector<Op> rows) {
@@ -335,7 +340,9 @@ std::string ImgErrorText(IMG_ERROR code) {
     }
 }
 
-Image RunImageOp(const Op &op, const Args &args, IMG_BITMAP &src) {
+namespace {
+
+Image RunOnce(const Op &op, const Args &args, IMG_BITMAP &src) {
     const std::string type = std::string(" (") + TypeName(src.Type) + " bitmap)";
     if (op.pub) {
         IMG_BITMAP *dst = nullptr;
@@ -358,6 +365,22 @@ Image RunImageOp(const Op &op, const Args &args, IMG_BITMAP &src) {
         return AdoptImf(out);
     }
     throw ToolError{op.name + " does not make an image"};
+}
+
+}  // namespace
+
+Image RunImageOp(const Op &op, const Args &args, IMG_BITMAP &src) {
+    const bool few_colours = src.Type == IMG_GREY || src.Type == IMG_COLORS || src.Type == IMG_BINARY;
+    if (!op.true_colour || !few_colours) return RunOnce(op, args, src);
+    try {
+        return RunOnce(op, args, src);
+    } catch (const ToolError &) {
+        // Refused: the picture as RGB; a grey picture that the operation
+        // left grey is given back as grey.
+        Image rgb = ToRgb(src);
+        Image result = RunOnce(op, args, *rgb);
+        return src.Type == IMG_GREY ? GreyIfNeutral(std::move(result)) : std::move(result);
+    }
 }
 
 }  // namespace tool

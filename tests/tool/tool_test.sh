@@ -57,6 +57,15 @@ run apply-lut --curve "0,255 255,0" rgb.ppm -o lut.ppm; expect_rc 0 "apply-lut P
 printf 'P5\n2 1\n15\n\000\017' > maxval.pgm          # maxval 15 is scaled to 0..255
 run apply-lut maxval.pgm -o scaled.pgm; expect_rc 0 "P5 maxval 15"
 [ "$(tail -c 2 scaled.pgm | od -An -tu1 | tr -s ' ' | sed 's/^ //;s/ $//')" = "0 255" ] || fail "maxval scaling"
+# True-colour operations take grey and palette pictures through RGB: sepia
+# tints a grey scan, desaturate keeps it grey.
+while read -r op file kind; do
+  run "$op" "$file" -o tc.pnm; expect_rc 0 "$op on $file"; [ "$(head -c 2 tc.pnm)" = "$kind" ] || fail "$op on $file gives $(head -c 2 tc.pnm)"
+done <<ROWS
+sepia grey.pgm P6
+desaturate grey.pgm P5
+saturation-gamma $DATA/palette-opaque.png P6
+ROWS
 # PNG round trip: negative twice is the original picture.
 run negative demo/sample.png -o n1.png; expect_rc 0 "negative PNG"
 run negative n1.png -o n2.ppm; expect_rc 0 "negative PNG to PPM"
