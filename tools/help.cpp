@@ -84,6 +84,9 @@ std::string OpHelp(const Op &op) {
       << op.summary << ".\n";
     if (op.report) s << "Prints its findings; writes no file.\n";
     if (op.file) s << "Changes each file in place (with -o: a changed copy at OUTPUT).\n";
+    bool colours = false;
+    for (const Param &p : op.params) colours = colours || p.kind == Kind::Color;
+    if (colours) s << "\nColour names (any case): " << ColourNames() << ".\n";
     if (op.true_colour)
         s << "Works on true colour: a grey, palette or black-and-white picture that the library refuses\n"
              "is converted to RGB first (a grey picture that stays neutral is written as grey).\n";

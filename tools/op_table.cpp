@@ -10,6 +10,23 @@
 
 namespace tool {
 
+namespace {
+
+// The sixteen basic colours of CSS (green is CSS's dark green; lime is
+// full green), grey in both spellings, and three more in common use.
+const struct {
+    const char *name;
+    int r, g, b;
+} kNamedColours[] = {
+    {"black", 0, 0, 0},       {"silver", 192, 192, 192}, {"gray", 128, 128, 128},  {"grey", 128, 128, 128},
+    {"white", 255, 255, 255}, {"maroon", 128, 0, 0},     {"red", 255, 0, 0},       {"purple", 128, 0, 128},
+    {"fuchsia", 255, 0, 255}, {"green", 0, 128, 0},      {"lime", 0, 255, 0},      {"olive", 128, 128, 0},
+    {"yellow", 255, 255, 0},  {"navy", 0, 0, 128},       {"blue", 0, 0, 255},      {"teal", 0, 128, 128},
+    {"aqua", 0, 255, 255},    {"cyan", 0, 255, 255},     {"magenta", 255, 0, 255}, {"orange", 255, 128, 0},
+};
+
+}  // namespace
+
 // ---- Rows ----------------------------------------------------------------------
 
 Param IntP(const std::string &name, long def, long min, long max, const std::string &help) {
@@ -197,16 +214,12 @@ int Hex(char c) {
 }
 
 IMG_COLOR ParseColor(const Param &p, const std::string &text) {
-    static const struct {
-        const char *name;
-        int r, g, b;
-    } kNamed[] = {{"black", 0, 0, 0},     {"white", 255, 255, 255}, {"red", 255, 0, 0},
-                  {"green", 0, 255, 0},   {"blue", 0, 0, 255},      {"yellow", 255, 255, 0},
-                  {"cyan", 0, 255, 255},  {"magenta", 255, 0, 255}, {"grey", 128, 128, 128},
-                  {"orange", 255, 128, 0}};
     IMG_COLOR c{0, 0, 0, 255};
-    for (const auto &n : kNamed)
-        if (text == n.name) {
+    std::string lower = text;
+    for (char &ch : lower)
+        if (ch >= 'A' && ch <= 'Z') ch = static_cast<char>(ch - 'A' + 'a');
+    for (const auto &n : kNamedColours)
+        if (lower == n.name) {
             c.Red = static_cast<IMG_UINT16>(n.r);
             c.Green = static_cast<IMG_UINT16>(n.g);
             c.Blue = static_cast<IMG_UINT16>(n.b);
@@ -381,6 +394,12 @@ Image RunImageOp(const Op &op, const Args &args, IMG_BITMAP &src) {
         Image result = RunOnce(op, args, *rgb);
         return src.Type == IMG_GREY ? GreyIfNeutral(std::move(result)) : std::move(result);
     }
+}
+
+std::string ColourNames() {
+    std::string s;
+    for (const auto &n : kNamedColours) s += std::string(s.empty() ? "" : ", ") + n.name;
+    return s;
 }
 
 }  // namespace tool

@@ -117,6 +117,8 @@ Op FileOp(const std::string &name, const std::string &summary, std::vector<Param
           const std::string &demo = "");
 // The row with a check across its parameters.
 Op WithCheck(Op op, std::function<void(const Args &)> check);
+// The colour names that colour parameters take, comma-separated.
+std::string ColourNames();
 // The row of an operation that the library accepts on true colour only.
 Op TrueColour(Op op);
 
