@@ -476,6 +476,13 @@ IMG_ERROR imgSaveBitmap(const char *path, const IMG_BITMAP *b, const IMG_SAVE_OP
 IMG_ERROR imgGetJpegSubsampling(const char *path, IMG_INT32 *subsampling) {
     if (!path || !subsampling) return IMG_ERROR_BAD_PARAMETERS;
     *subsampling = 0;
+    // Other files are told apart by their first bytes without reading them whole.
+    unsigned char start[3] = {0, 0, 0};
+    FILE *f = std::fopen(path, "rb");
+    if (!f) return IMG_ERROR_FILE_OPEN;
+    const size_t got = std::fread(start, 1, 3, f);
+    std::fclose(f);
+    if (got < 3 || start[0] != 0xFF || start[1] != 0xD8 || start[2] != 0xFF) return IMG_ERROR_UNKNOWN_FORMAT;
     Message msg{nullptr, 0};
     Buffer file;
     IMG_ERROR rc = ReadWhole(path, &file, msg);

@@ -56,7 +56,9 @@ TEST(LoadSave, ResultCodesAndReasons) {
         }
         EXPECT_STRNE(imgErrorString(rc), "unknown result code");
     }
-    EXPECT_EQ(imgLoadBitmap(nullptr, &grey), IMG_ERROR_BAD_PARAMETERS);
+    IMG_BITMAP *none = grey;
+    EXPECT_EQ(imgLoadBitmap(nullptr, &none), IMG_ERROR_BAD_PARAMETERS);
+    EXPECT_EQ(none, nullptr);
     imgFreeBitmap(grey);
 }
 

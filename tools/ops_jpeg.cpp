@@ -160,7 +160,11 @@ std::string DisplayedCrop(const std::string &path, long x, long y, long w, long 
     }, failure);
 }
 
-const Param kStored = FlagP("stored", "act on the stored pixels (the plain library call), not on the picture as shown");
+// A function, not a global: the table may be built before this file's
+// globals are.
+Param Stored() {
+    return FlagP("stored", "act on the stored pixels (the plain library call), not on the picture as shown");
+}
 
 }  // namespace
 
@@ -169,7 +173,7 @@ std::vector<Op> JpegOps() {
         FileOp("jpeg-rotate",
                "Turns the picture as shown clockwise without loss (EXIF orientation taken into account; "
                "the result is stored upright with orientation 1, partial edge blocks trimmed)",
-               {ChoiceP("by", "90", "90=1|180=2|270=3", "degrees clockwise"), kStored},
+               {ChoiceP("by", "90", "90=1|180=2|270=3", "degrees clockwise"), Stored()},
                [](const Args &a, const std::string &path) {
                    if (a.Flag("stored"))
                        return PublicResult(imgJpegLosslessTransform(
@@ -181,7 +185,7 @@ std::vector<Op> JpegOps() {
                "Mirrors the picture as shown without loss (EXIF orientation taken into account; stored "
                "upright with orientation 1)",
                {ChoiceP("direction", "horizontal", "horizontal=5|vertical=4", "horizontal: left-right, vertical: top-bottom"),
-                kStored},
+                Stored()},
                [](const Args &a, const std::string &path) {
                    if (a.Flag("stored"))
                        return PublicResult(imgJpegLosslessTransform(
