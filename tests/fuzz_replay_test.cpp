@@ -28,6 +28,7 @@ int imge_replay_entry_frame_fuzzer(const uint8_t *data, size_t size);
 int imge_replay_draw_fuzzer(const uint8_t *data, size_t size);
 int imge_replay_exif_fuzzer(const uint8_t *data, size_t size);
 int imge_replay_jpeg_pipeline_fuzzer(const uint8_t *data, size_t size);
+int imge_replay_load_fuzzer(const uint8_t *data, size_t size);
 }
 
 namespace {
@@ -117,6 +118,8 @@ TEST_P(FuzzReplayTargets, PublicEntryPointsAgainstTheirReferences) {
     EveryOperation(imge_replay_entry_frame_fuzzer, 0, 3, 300, 200);  // HLS, sepia, tinted sepia
     EveryOperation(imge_replay_entry_frame_fuzzer, 2, 34, 40, 300);
 }
+
+TEST(FuzzReplay, LoadingDamagedFiles) { Replay(imge_replay_load_fuzzer, RandomInputs(5, 400)); }
 
 TEST(FuzzReplay, DrawingAgainstItsReference) {
     Replay(imge_replay_draw_fuzzer, SeedsAndRandom("draw_fuzzer", 3, 600));

@@ -1,11 +1,13 @@
 // Command-line parsing for one operation and the batch runner.
 #include <cerrno>
+#include <cstdlib>
 #include <cstdio>
 #include <cstring>
 #include <iostream>
 #include <sys/stat.h>
 
 #include "cli.h"
+#include "libtools.h"
 #include "io/image_io.h"
 #include "progress.h"
 
@@ -79,7 +81,7 @@ void RunOne(const Request &r, const std::string &input, bool folder) {
         }
         return;
     }
-    Image src = LoadImage(input);
+    Image src = LoadImage(input, LoadOptions{r.common.accept_damaged, r.common.auto_orient});
     if (r.op->report) {
         const std::string text = r.op->report(r.args, *src);
         if (r.inputs.size() > 1) {
@@ -94,6 +96,13 @@ void RunOne(const Request &r, const std::string &input, bool folder) {
     Image result = RunImageOp(*r.op, r.args, *src);
     SaveOptions opt;
     opt.jpeg_quality = r.common.quality;
+    opt.progressive = r.common.progressive;
+    opt.subsampling = r.common.subsampling;
+    IMG_INT32 source_sampling = 0;
+    // Re-encoding a JPEG keeps its own chroma sampling unless told otherwise.
+    if (!opt.subsampling && imgGetJpegSubsampling(input.c_str(), &source_sampling) == IMG_NO_ERROR)
+        opt.subsampling = source_sampling == 444 || source_sampling == 422 || source_sampling == 440
+                              ? source_sampling : 0;
     SaveImage(*result, OutputFor(r, input, result.get(), folder), opt);
 }
 
@@ -134,9 +143,11 @@ Request ParseCommandLine(const Op &op, const std::vector<std::string> &argv) {
         const Param *param = nullptr;
         for (const Param &p : op.params)
             if (p.name == name) param = &p;
-        const bool is_flag = name == "fail-fast" || name == "quiet" || (param && param->kind == Kind::Flag);
+        const bool common_flag = name == "fail-fast" || name == "quiet" || name == "progressive" ||
+                                 name == "accept-damaged" || name == "auto-orient";
+        const bool is_flag = common_flag || (param && param->kind == Kind::Flag);
         const bool is_common = name == "output" || name == "format" || name == "quality" ||
-                               name == "fail-fast" || name == "quiet";
+                               name == "subsampling" || common_flag;
         if (!param && !is_common)
             throw ToolError{op.name + ": unknown option --" + name + " (see imge " + op.name + " --help)"};
         if (is_flag) {
@@ -161,6 +172,16 @@ Request ParseCommandLine(const Op &op, const std::vector<std::string> &argv) {
             if (value.empty() || *end || errno) throw ToolError{op.name + ": --quality '" + value + "': not a whole number"};
             if (q < 1 || q > 100) throw ToolError{op.name + ": --quality '" + value + "': out of range (1 to 100)"};
             r.common.quality = static_cast<int>(q);
+        } else if (name == "subsampling") {
+            if (value != "444" && value != "422" && value != "420")
+                throw ToolError{op.name + ": --subsampling '" + value + "': expected 444, 422 or 420"};
+            r.common.subsampling = std::atoi(value.c_str());
+        } else if (name == "progressive") {
+            r.common.progressive = true;
+        } else if (name == "accept-damaged") {
+            r.common.accept_damaged = true;
+        } else if (name == "auto-orient") {
+            r.common.auto_orient = true;
         } else if (name == "fail-fast") {
             r.common.fail_fast = true;
         } else if (name == "quiet") {

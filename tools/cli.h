@@ -21,6 +21,10 @@ struct Common {
     bool quiet = false;
     std::string format;  // png, jpeg, pnm: output format in folder mode
     int quality = 90;
+    int subsampling = 0;  // 444, 422, 420; 0: the source JPEG's, else 4:2:0
+    bool progressive = false;
+    bool accept_damaged = false;
+    bool auto_orient = false;
 };
 
 struct Request {

@@ -16,6 +16,15 @@ const char kCommonHelp[] =
     "  --format FORMAT     png, jpeg or pnm: format of results written into a\n"
     "                      folder or beside the input (default: the input's)\n"
     "  --quality N         JPEG quality, 1 to 100 (default 90)\n"
+    "  --subsampling S     JPEG chroma sampling 444, 422 or 420 (default: the\n"
+    "                      source JPEG's own, else 420); Huffman tables are\n"
+    "                      always optimised\n"
+    "  --progressive       write progressive JPEG\n"
+    "  --auto-orient       turn the pixels upright by the EXIF orientation on\n"
+    "                      loading and write orientation 1 (default: pixels and\n"
+    "                      orientation kept as they are)\n"
+    "  --accept-damaged    load a JPEG with corrupt or missing data as far as it\n"
+    "                      decodes (default: such a file fails with libjpeg's reason)\n"
     "  --fail-fast         stop at the first file that fails\n"
     "  -q, --quiet         no progress bar\n"
     "  -h, --help          this help\n";
@@ -75,6 +84,12 @@ std::string OpHelp(const Op &op) {
       << op.summary << ".\n";
     if (op.report) s << "Prints its findings; writes no file.\n";
     if (op.file) s << "Changes each file in place (with -o: a changed copy at OUTPUT).\n";
+    bool colours = false;
+    for (const Param &p : op.params) colours = colours || p.kind == Kind::Color;
+    if (colours) s << "\nColour names (any case): " << ColourNames() << ".\n";
+    if (op.true_colour)
+        s << "Works on true colour: a grey, palette or black-and-white picture that the library refuses\n"
+             "is converted to RGB first (a grey picture that stays neutral is written as grey).\n";
     if (!op.params.empty()) {
         s << "\nOptions:\n";
         for (const Param &p : op.params) {

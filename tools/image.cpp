@@ -1,6 +1,7 @@
 #include "image.h"
 
 #include <cstring>
+#include <utility>
 
 #include "libtools.h"
 
@@ -150,6 +151,48 @@ Image ToCanonical(const IMG_BITMAP &b) {
             if (alpha) d[3] = s[o.a];
         }
     return out;
+}
+
+namespace {
+
+// Moves the descriptive data (resolution, metadata, comment, name) of `from`
+// to `to`.
+void MoveExtended(IMG_BITMAP &from, IMG_BITMAP &to) {
+    to.Xdpi = from.Xdpi;
+    to.Ydpi = from.Ydpi;
+    std::swap(to.MetaData, from.MetaData);
+    std::swap(to.Comment, from.Comment);
+    std::swap(to.Name, from.Name);
+}
+
+}  // namespace
+
+Image ToRgb(const IMG_BITMAP &b) {
+    Image copy = CloneImage(b);  // the descriptive data, owned
+    Image out = ToCanonical(b);
+    if (out->Type == IMG_GREY) {
+        Image rgb = NewImage(IMG_RGB, b.Width, b.Height);
+        for (int y = 0; y < b.Height; ++y)
+            for (int x = 0; x < b.Width; ++x) std::memset(Row(*rgb, y) + 3 * x, Row(*out, y)[x], 3);
+        out = std::move(rgb);
+    }
+    MoveExtended(*copy, *out);
+    return out;
+}
+
+Image GreyIfNeutral(Image b) {
+    if (b->Type != IMG_RGB && b->Type != IMG_RGBA) return b;
+    const int bpp = b->BytesPerPixel;
+    for (int y = 0; y < b->Height; ++y)
+        for (int x = 0; x < b->Width; ++x) {
+            const IMG_UINT8 *p = Row(*b, y) + bpp * x;
+            if (p[0] != p[1] || p[1] != p[2] || (bpp == 4 && p[3] != 255)) return b;
+        }
+    Image grey = NewImage(IMG_GREY, b->Width, b->Height);
+    for (int y = 0; y < b->Height; ++y)
+        for (int x = 0; x < b->Width; ++x) Row(*grey, y)[x] = Row(*b, y)[bpp * x];
+    MoveExtended(*b, *grey);
+    return grey;
 }
 
 const char *TypeName(IMG_BITMAP_TYPE type) {

@@ -41,6 +41,13 @@ struct ToolError {
 // reordered, CMYK by 255 - component, binary to grey 0/255.
 Image ToCanonical(const IMG_BITMAP &b);
 
+// Any bitmap as RGB (RGBA for a palette with alpha), resolution and
+// metadata kept.
+Image ToRgb(const IMG_BITMAP &b);
+// An RGB(A) bitmap whose pixels are all neutral (R = G = B) as grey,
+// resolution and metadata kept; any other bitmap as it is.
+Image GreyIfNeutral(Image b);
+
 const char *TypeName(IMG_BITMAP_TYPE type);
 
 }  // namespace tool

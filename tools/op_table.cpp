@@ -10,6 +10,23 @@
 
 namespace tool {
 
+namespace {
+
+// The sixteen basic colours of CSS (green is CSS's dark green; lime is
+// full green), grey in both spellings, and three more in common use.
+const struct {
+    const char *name;
+    int r, g, b;
+} kNamedColours[] = {
+    {"black", 0, 0, 0},       {"silver", 192, 192, 192}, {"gray", 128, 128, 128},  {"grey", 128, 128, 128},
+    {"white", 255, 255, 255}, {"maroon", 128, 0, 0},     {"red", 255, 0, 0},       {"purple", 128, 0, 128},
+    {"fuchsia", 255, 0, 255}, {"green", 0, 128, 0},      {"lime", 0, 255, 0},      {"olive", 128, 128, 0},
+    {"yellow", 255, 255, 0},  {"navy", 0, 0, 128},       {"blue", 0, 0, 255},      {"teal", 0, 128, 128},
+    {"aqua", 0, 255, 255},    {"cyan", 0, 255, 255},     {"magenta", 255, 0, 255}, {"orange", 255, 128, 0},
+};
+
+}  // namespace
+
 // ---- Rows ----------------------------------------------------------------------
 
 Param IntP(const std::string &name, long def, long min, long max, const std::string &help) {
@@ -94,6 +111,11 @@ Op FileOp(const std::string &name, const std::string &summary, std::vector<Param
 
 Op WithCheck(Op op, std::function<void(const Args &)> check) {
     op.check = std::move(check);
+    return op;
+}
+
+Op TrueColour(Op op) {
+    op.true_colour = true;
     return op;
 }
 
@@ -192,16 +214,12 @@ int Hex(char c) {
 }
 
 IMG_COLOR ParseColor(const Param &p, const std::string &text) {
-    static const struct {
-        const char *name;
-        int r, g, b;
-    } kNamed[] = {{"black", 0, 0, 0},     {"white", 255, 255, 255}, {"red", 255, 0, 0},
-                  {"green", 0, 255, 0},   {"blue", 0, 0, 255},      {"yellow", 255, 255, 0},
-                  {"cyan", 0, 255, 255},  {"magenta", 255, 0, 255}, {"grey", 128, 128, 128},
-                  {"orange", 255, 128, 0}};
     IMG_COLOR c{0, 0, 0, 255};
-    for (const auto &n : kNamed)
-        if (text == n.name) {
+    std::string lower = text;
+    for (char &ch : lower)
+        if (ch >= 'A' && ch <= 'Z') ch = static_cast<char>(ch - 'A' + 'a');
+    for (const auto &n : kNamedColours)
+        if (lower == n.name) {
             c.Red = static_cast<IMG_UINT16>(n.r);
             c.Green = static_cast<IMG_UINT16>(n.g);
             c.Blue = static_cast<IMG_UINT16>(n.b);
@@ -335,7 +353,9 @@ std::string ImgErrorText(IMG_ERROR code) {
     }
 }
 
-Image RunImageOp(const Op &op, const Args &args, IMG_BITMAP &src) {
+namespace {
+
+Image RunOnce(const Op &op, const Args &args, IMG_BITMAP &src) {
     const std::string type = std::string(" (") + TypeName(src.Type) + " bitmap)";
     if (op.pub) {
         IMG_BITMAP *dst = nullptr;
@@ -358,6 +378,28 @@ Image RunImageOp(const Op &op, const Args &args, IMG_BITMAP &src) {
         return AdoptImf(out);
     }
     throw ToolError{op.name + " does not make an image"};
+}
+
+}  // namespace
+
+Image RunImageOp(const Op &op, const Args &args, IMG_BITMAP &src) {
+    const bool few_colours = src.Type == IMG_GREY || src.Type == IMG_COLORS || src.Type == IMG_BINARY;
+    if (!op.true_colour || !few_colours) return RunOnce(op, args, src);
+    try {
+        return RunOnce(op, args, src);
+    } catch (const ToolError &) {
+        // Refused: the picture as RGB; a grey picture that the operation
+        // left grey is given back as grey.
+        Image rgb = ToRgb(src);
+        Image result = RunOnce(op, args, *rgb);
+        return src.Type == IMG_GREY ? GreyIfNeutral(std::move(result)) : std::move(result);
+    }
+}
+
+std::string ColourNames() {
+    std::string s;
+    for (const auto &n : kNamedColours) s += std::string(s.empty() ? "" : ", ") + n.name;
+    return s;
 }
 
 }  // namespace tool

@@ -89,6 +89,9 @@ struct Op {
     // Checks that span parameters, run before any file is touched; throws
     // ToolError.
     std::function<void(const Args &)> check;
+    // The library takes only true colour here: a grey, palette or
+    // black-and-white picture that it refuses is converted to RGB first.
+    bool true_colour = false;
 };
 
 // ---- Row helpers: one line per parameter ------------------------------------
@@ -114,6 +117,10 @@ Op FileOp(const std::string &name, const std::string &summary, std::vector<Param
           const std::string &demo = "");
 // The row with a check across its parameters.
 Op WithCheck(Op op, std::function<void(const Args &)> check);
+// The colour names that colour parameters take, comma-separated.
+std::string ColourNames();
+// The row of an operation that the library accepts on true colour only.
+Op TrueColour(Op op);
 
 // ---- The families (one file each) ---------------------------------------------
 std::vector<Op> InfoOps();

@@ -70,15 +70,15 @@ std::vector<Op> ToneOps() {
                [](const Args &a, IMG_BITMAP *s, IMG_BITMAP **d) {
                    return imgAdjust(s, d, a.Int("brightness"), a.Int("contrast"), a.Real("gamma"));
                }),
-        Processing("proportional-brightness",
+        TrueColour(Processing("proportional-brightness",
                    "Moves components towards white (above 0) or black (below 0)",
                    {IntP("amount", 60, -255, 255, "share of the distance, in 255ths")},
                    [](const Args &a, IMF_BITMAP *s, IMF_BITMAP *d) {
                        return imfContraBrightness(s, d, nullptr, a.Int("amount"));
-                   }),
-        Processing("saturation-gamma", "Saturation gamma: smaller components pushed from or pulled to the largest",
+                   })),
+        TrueColour(Processing("saturation-gamma", "Saturation gamma: smaller components pushed from or pulled to the largest",
                    {RealP("gamma", 1.8, 0.01, 100, "exponent applied to component / largest component")},
-                   [](const Args &a, IMF_BITMAP *s, IMF_BITMAP *d) { return imfGammasat(s, d, nullptr, a.Real("gamma")); }),
+                   [](const Args &a, IMF_BITMAP *s, IMF_BITMAP *d) { return imfGammasat(s, d, nullptr, a.Real("gamma")); })),
         Public("equalize", "Histogram equalisation of every component", {},
                [](const Args &, IMG_BITMAP *s, IMG_BITMAP **d) { return imgEqualize(s, d); }),
         Public("equalize-luminance", "Histogram equalisation of the luminance, one curve for every component", {},

@@ -6,6 +6,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <new>
+
+#include "libtools.h"
+
 namespace tool {
 
 namespace {
@@ -78,15 +82,6 @@ void WriteFileAtomic(const std::string &path, const Bytes &data) {
     }
 }
 
-Image Decode(const Bytes &data) {
-    if (data.size() >= 8 && std::memcmp(data.data(), "\x89PNG\r\n\x1a\n", 8) == 0) return DecodePng(data);
-    if (data.size() >= 3 && data[0] == 0xFF && data[1] == 0xD8 && data[2] == 0xFF) return DecodeJpeg(data);
-    if (data.size() >= 2 && data[0] == 'P' && data[1] >= '1' && data[1] <= '7') return DecodePnm(data);
-    throw ToolError{"unsupported format (not a PNG, JPEG or PNM file)"};
-}
-
-Image LoadImage(const std::string &path) { return Decode(ReadFile(path)); }
-
 bool FormatForName(const std::string &path, Format *format) {
     const std::string ext = Extension(path);
     if (ext == "png") *format = Format::Png;
@@ -105,13 +100,36 @@ const char *FormatName(Format f) {
     return "?";
 }
 
-Bytes Encode(const IMG_BITMAP &b, Format f, const SaveOptions &opt) {
-    switch (f) {
-    case Format::Png: return EncodePng(b);
-    case Format::Jpeg: return EncodeJpeg(b, opt);
-    case Format::Pnm: return EncodePnm(b);
+namespace {
+
+std::string Reason(IMG_ERROR rc, const char *message) {
+    return message[0] ? message : imgErrorString(rc);
+}
+
+// A scratch file name with the given extension, removed on scope exit.
+struct ScratchFile {
+    std::string path;
+    explicit ScratchFile(const char *ext) {
+        char name[] = "/tmp/imge-XXXXXX";
+        const int fd = mkstemp(name);
+        if (fd < 0) throw ToolError{std::string("cannot make a scratch file: ") + std::strerror(errno)};
+        close(fd);
+        unlink(name);
+        path = std::string(name) + ext;
     }
-    throw ToolError{"unknown output format"};
+    ~ScratchFile() { unlink(path.c_str()); }
+};
+
+}  // namespace
+
+Image LoadImage(const std::string &path, const LoadOptions &opt) {
+    IMG_LOAD_OPTIONS o{opt.accept_damaged ? 1 : 0, opt.auto_orient ? 1 : 0};
+    IMG_BITMAP *b = nullptr;
+    char message[256];
+    const IMG_ERROR rc = imgLoadBitmapMessage(path.c_str(), &o, &b, message, sizeof message);
+    if (rc == IMG_ERROR_NO_MEMORY) throw std::bad_alloc();
+    if (rc != IMG_NO_ERROR) throw ToolError{Reason(rc, message)};
+    return Image(b);
 }
 
 void SaveImage(const IMG_BITMAP &b, const std::string &path, const SaveOptions &opt) {
@@ -119,7 +137,35 @@ void SaveImage(const IMG_BITMAP &b, const std::string &path, const SaveOptions &
     if (!FormatForName(path, &f))
         throw ToolError{"cannot tell the output format from the name " + path +
                         " (use .png, .jpg, .jpeg, .pnm, .ppm or .pgm)"};
-    WriteFileAtomic(path, Encode(b, f, opt));
+    Image with_exif;
+    const IMG_BITMAP *src = &b;
+    IMF_METADATAENTRY extra{IMF_EXIF_METADATA, 0, nullptr, nullptr};
+    if (!opt.exif.empty()) {
+        with_exif = CloneImage(b);
+        extra.Length = static_cast<TLong>(opt.exif.size());
+        extra.Data = const_cast<std::uint8_t *>(opt.exif.data());
+        extra.Next = static_cast<IMF_METADATAENTRY *>(with_exif->MetaData);
+        with_exif->MetaData = &extra;
+        src = with_exif.get();
+    }
+    IMG_SAVE_OPTIONS o{opt.jpeg_quality, opt.subsampling, opt.progressive ? 1 : 0};
+    char message[256];
+    const IMG_ERROR rc = imgSaveBitmapMessage(path.c_str(), src, &o, message, sizeof message);
+    if (with_exif) with_exif->MetaData = extra.Next;  // the stack entry is not the clone's
+    if (rc == IMG_ERROR_NO_MEMORY) throw std::bad_alloc();
+    if (rc != IMG_NO_ERROR) throw ToolError{"cannot write " + path + ": " + Reason(rc, message)};
+}
+
+Image Decode(const Bytes &data) {
+    ScratchFile file(".img");
+    WriteFileAtomic(file.path, data);
+    return LoadImage(file.path);
+}
+
+Bytes Encode(const IMG_BITMAP &b, Format f, const SaveOptions &opt) {
+    ScratchFile file(f == Format::Png ? ".png" : f == Format::Jpeg ? ".jpg" : ".pnm");
+    SaveImage(b, file.path, opt);
+    return ReadFile(file.path);
 }
 
 }  // namespace tool

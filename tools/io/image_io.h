@@ -1,8 +1,6 @@
-// Reading and writing image files: PNG (libpng), JPEG (libjpeg) and binary
-// PNM (P5 grey, P6 RGB). Files are told apart by their first bytes when
-// read, and by the name's extension when written. Writing goes through a
-// scratch file in the target's folder that is renamed into place, so a failed
-// write never leaves a partial file behind.
+// Reading and writing image files through the base library (imgLoadBitmap,
+// imgSaveBitmap: PNG, JPEG and binary PNM, metadata kept), plus the plain
+// file helpers the tool needs for operations that work on files.
 #pragma once
 
 #include <cstdint>
@@ -17,9 +15,16 @@ enum class Format { Png, Jpeg, Pnm };
 
 using Bytes = std::vector<std::uint8_t>;
 
+struct LoadOptions {
+    bool accept_damaged = false;  // a damaged JPEG loads as far as it decodes
+    bool auto_orient = false;     // pixels turned upright by the EXIF orientation
+};
+
 struct SaveOptions {
     int jpeg_quality = 90;  // 1..100
-    Bytes exif;             // JPEG only: an APP1 payload ("Exif\0\0" + TIFF) to write
+    int subsampling = 0;    // JPEG chroma sampling 444, 422, 420; 0: 4:2:0
+    bool progressive = false;
+    Bytes exif;             // an EXIF block ("Exif\0\0" + TIFF) to add to the bitmap's own
 };
 
 // The whole file; ToolError naming the reason (missing, a directory,
@@ -28,24 +33,19 @@ Bytes ReadFile(const std::string &path);
 // Writes `data` to `path` through a scratch file and a rename.
 void WriteFileAtomic(const std::string &path, const Bytes &data);
 
-// Decodes a file's bytes (format from the first bytes).
-Image Decode(const Bytes &data);
-Image LoadImage(const std::string &path);
+Image LoadImage(const std::string &path, const LoadOptions &opt = {});
+void SaveImage(const IMG_BITMAP &b, const std::string &path, const SaveOptions &opt = {});
 
 // The format for a file name's extension (.png, .jpg/.jpeg, .pnm/.ppm/.pgm);
 // false for any other name.
 bool FormatForName(const std::string &path, Format *format);
 const char *FormatName(Format f);
 
-Bytes Encode(const IMG_BITMAP &b, Format f, const SaveOptions &opt);
-void SaveImage(const IMG_BITMAP &b, const std::string &path, const SaveOptions &opt = {});
-
-// The codecs (bitmaps of any type; converted with ToCanonical when needed).
-Image DecodePng(const Bytes &data);
-Image DecodeJpeg(const Bytes &data);
-Image DecodePnm(const Bytes &data);
-Bytes EncodePng(const IMG_BITMAP &b);
-Bytes EncodeJpeg(const IMG_BITMAP &b, const SaveOptions &opt);
-Bytes EncodePnm(const IMG_BITMAP &b);
+// In-memory forms, through a scratch file (for the tests and the demo).
+Image Decode(const Bytes &data);
+Bytes Encode(const IMG_BITMAP &b, Format f, const SaveOptions &opt = {});
+inline Bytes EncodePng(const IMG_BITMAP &b) { return Encode(b, Format::Png); }
+inline Bytes EncodeJpeg(const IMG_BITMAP &b, const SaveOptions &opt) { return Encode(b, Format::Jpeg, opt); }
+inline Bytes EncodePnm(const IMG_BITMAP &b) { return Encode(b, Format::Pnm); }
 
 }  // namespace tool
