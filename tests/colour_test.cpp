@@ -450,6 +450,20 @@ TEST(PublicColour, RefusalsLeaveEverythingAlone) {
     rgb.b->BitsPerComponent = 16;
     EXPECT_EQ(imgAdjustHLS(rgb.b, nullptr, 1, 1, 1), IMG_ERROR_BAD_PARAMETERS);
     rgb.b->BitsPerComponent = 8;
+    // Malformed records, in place and with a destination: refused, nothing written.
+    struct Bad { IMG_UINT32 line; IMG_UINT16 pixel; IMG_INT32 w, h; } bad[] = {
+        {8, 3, 3, 3}, {0xFFFFFF00u, 3, 3, 3}, {12, 200, 3, 3}, {12, 3, -1, 3}, {12, 3, 3, -2}};
+    const IMG_BITMAP keep = *rgb.b;
+    for (const Bad &r : bad) {
+        rgb.b->BytesPerLine = r.line, rgb.b->BytesPerPixel = r.pixel, rgb.b->Width = r.w, rgb.b->Height = r.h;
+        for (IMG_BITMAP **dst : {static_cast<IMG_BITMAP **>(nullptr), &out}) {
+            EXPECT_EQ(imgAdjustHLS(rgb.b, dst, 9, 9, 9), IMG_ERROR_BAD_PARAMETERS) << r.line << ' ' << r.pixel;
+            EXPECT_EQ(imgSepia(rgb.b, dst, 50), IMG_ERROR_BAD_PARAMETERS) << r.line << ' ' << r.pixel;
+            EXPECT_EQ(imgSepiaEx(rgb.b, dst, 50, &ok), IMG_ERROR_BAD_PARAMETERS) << r.line << ' ' << r.pixel;
+        }
+    }
+    *rgb.b = keep;
+    EXPECT_EQ(out, sentinel);
     EXPECT_EQ(rgb.b->Data[0], 9);
     EXPECT_EQ(imgAdjustHLS(nullptr, nullptr, 1, 1, 1), IMG_ERROR_BAD_PARAMETERS);
     // A clone is made whenever a destination is asked for, even for *dst == src.
