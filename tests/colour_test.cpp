@@ -149,6 +149,17 @@ TEST(ChannelOps, ShadowHighlightWithTheSourceAsDestinationWorksInPlace) {
         EXPECT_EQ(b->Data, data);
         EXPECT_EQ(Diff(*b.get(), *want.get()), "") << TypeName(type);
     }
+    // Bitmaps without pixels (and so without a buffer): nothing to read or copy.
+    struct Empty { TLong w, h, line; } empties[] = {{0, 3, 4}, {0, 3, 0}, {3, 0, 12}, {0, 0, 0}};
+    for (const Empty &e : empties)
+        for (unsigned type : {IMF_GREY, IMF_RGB, IMF_BGRA}) {
+            IMF_BITMAP b{};
+            b.Type = type, b.Width = e.w, b.Height = e.h, b.BytesPerLine = e.line;
+            b.BytesPerPixel = type == IMF_GREY ? 1 : type == IMF_RGB ? 3 : 4;
+            OwnedImf d;
+            EXPECT_EQ(imfAdjustShadowHighlight(&b, d.get(), nullptr, 60, -40), IMF_NOERROR) << e.w << 'x' << e.h;
+            EXPECT_EQ(imfAdjustShadowHighlight(&b, nullptr, nullptr, 60, -40), IMF_NOERROR) << e.w << 'x' << e.h;
+        }
 }
 
 TEST(ChannelOps, ShadowHighlightStatedValues) {
