@@ -145,7 +145,7 @@ void imfCleanAndSetBitAtBuffer(TUbyte *row, TLong x, int value) {
 // A new bitmap holding the area of src (null: all of it), with src's
 // palette, ColorUsed, TransparentIndex and extended data.
 IMF_ERROR imfCopy(const IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area) {
-    if (!src || !dst || !src->Data) return IMF_ERRBADPARAMS;
+    if (!src || !dst || !src->Data || !imgrec::RecordIsValid(src)) return IMF_ERRBADPARAMS;
     IMF_RECT r;
     if (imfGetClippingRect(src, area, &r)) return IMF_ERRBADPARAMS;
     IMF_BITMAP out;

@@ -275,4 +275,21 @@ TEST(Copy, CopiesAnAreaIncludingUnalignedBits) {
     }
 }
 
+TEST(CopyAndResize, RefuseMalformedRecords) {
+    OwnedImf src;
+    ASSERT_NE(imfAllock(src.get(), IMF_RGB, 1, 4, 3), 0);
+    struct Bad { TLong width, line; TUword pixel; } bad[] = {
+        {4, 11, 3}, {4, 12, 200}, {4, 12, 1}, {0x7FFFFFF0, 12, 3}, {4, -256, 3}, {-4, 12, 3}};
+    const IMF_BITMAP keep = src.b;
+    for (const Bad &r : bad) {
+        src->Width = r.width, src->BytesPerLine = r.line, src->BytesPerPixel = r.pixel;
+        OwnedImf a, b;
+        EXPECT_EQ(imfCopy(src.get(), a.get(), nullptr), IMF_ERRBADPARAMS) << r.width << ' ' << r.line << ' ' << r.pixel;
+        EXPECT_EQ(imfResize(src.get(), b.get(), 9, 5, 0), IMF_ERRBADPARAMS) << r.width << ' ' << r.line << ' ' << r.pixel;
+        EXPECT_EQ(a->Data, nullptr);
+        EXPECT_EQ(b->Data, nullptr);
+    }
+    src.b = keep;
+}
+
 }  // namespace
