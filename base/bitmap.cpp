@@ -97,6 +97,7 @@ void imfFree(IMF_BITMAP *b) {
 IMF_ERROR imfCopyExtendedData(IMF_BITMAP *dst, const IMF_BITMAP *src) {
     if (!dst || !src) return IMF_ERRBADPARAMS;
     if (dst == src) return IMF_NOERROR;
+    if (imgrec::ChainLoops(src->Metadata)) return IMF_ERRBADBITMAP;
     char *comment, *name;
     IMF_METADATAENTRY *meta;
     bool ok_c = CopyString(src->Comment, &comment);
@@ -201,6 +202,7 @@ IMG_BITMAP *imgCloneBitmap(const IMG_BITMAP *src) {
     if (!src || src->Height < 0) return nullptr;
     long long total = PixelBytes(src->Height, src->BytesPerLine);
     if (total < 0 || (total > 0 && !src->Data)) return nullptr;
+    if (imgrec::ChainLoops(static_cast<const IMF_METADATAENTRY *>(src->MetaData))) return nullptr;
     auto *img = static_cast<IMG_BITMAP *>(imgMemoryAlloc(sizeof(IMG_BITMAP)));
     if (!img) return nullptr;
     *img = *src;

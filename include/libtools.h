@@ -51,7 +51,9 @@ IMG_API TUword imfAllockEx(IMF_BITMAP *bitmap, TLong type, TLong pack, TLong wid
 IMG_API void imfFree(IMF_BITMAP *bitmap);
 /* Gives `dst` its own copies of the descriptive data of `src`: origin,
  * resolution, offsets, comment, name and metadata chain. On failure (no
- * memory) returns IMF_ERRMEMORY and leaves those pointers of dst null. */
+ * memory) returns IMF_ERRMEMORY and leaves those pointers of dst null. A
+ * metadata chain of src that links back to itself is refused with
+ * IMF_ERRBADBITMAP, dst unchanged. */
 IMG_API IMF_ERROR imfCopyExtendedData(IMF_BITMAP *dst, const IMF_BITMAP *src);
 /* Makes `dst` (an uninitialised record) a new bitmap holding the area of
  * `src` (null: all of it). */

@@ -176,6 +176,26 @@ TEST(ExtendedData, CopiesSurviveReleasingTheSource) {
     EXPECT_EQ(dst->Origin, IMF_BOTTOM_LEFT);
 }
 
+// A chain linking back to itself (to its head, or an entry to itself) is
+// refused: nothing copied.
+TEST(ExtendedData, ChainsThatLoopAreRefused) {
+    for (int loop_at : {0, 1}) {
+        OwnedImf src, dst;
+        ASSERT_NE(imfAllock(src.get(), IMF_GREY, 1, 2, 2), 0);
+        src->Metadata = Chain("exif-bytes", "xmp");
+        IMF_METADATAENTRY *last = src->Metadata->Next;
+        last->Next = loop_at == 0 ? src->Metadata : last;
+        EXPECT_EQ(imfCopyExtendedData(dst.get(), src.get()), IMF_ERRBADBITMAP) << loop_at;
+        EXPECT_EQ(dst->Metadata, nullptr);
+        OwnedImf part;
+        EXPECT_EQ(imfCopy(src.get(), part.get(), nullptr), IMF_ERRBADPARAMS);
+        IMG_BITMAP pub{};
+        imge::imgCopyBitmapFromimfBitmap(&pub, src.get());
+        EXPECT_EQ(imgCloneBitmap(&pub), nullptr);
+        last->Next = nullptr;
+    }
+}
+
 TEST(Clone, DeepCopyOfEverythingTheRecordPointsTo) {
     IMG_BITMAP *b = imgCreateBitmap(IMG_COLORS, 7, 3);
     ASSERT_NE(b, nullptr);
