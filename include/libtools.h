@@ -87,9 +87,9 @@ typedef struct {
     TUlong  Offset;         /* of the thumbnail's JPEG stream within the APP1 data */
     TUlong  Size;           /* its length in bytes */
     TUlong  Reserved1;
-    TUlong  Width;          /* thumbnail width in pixels, 0 when not given */
+    TUlong  Width;          /* thumbnail width in pixels (directory, else frame header), 0 when unknown */
     TUlong  Reserved2;
-    TUlong  Height;         /* thumbnail height in pixels, 0 when not given */
+    TUlong  Height;         /* thumbnail height in pixels (directory, else frame header), 0 when unknown */
     TUlong  Reserved3;
     TUlong  HasOrientation; /* non-zero when the thumbnail directory has an orientation */
     TUbyte *OrientationPtr; /* address of that entry's 16-bit value in the APP1 data */
