@@ -299,6 +299,17 @@ TEST(Files, TemporaryNamesAreFreshAndReserved) {
     EXPECT_EQ(imfGetTemporaryFilenameA(tiny, sizeof tiny), 0);
     EXPECT_STREQ(tiny, "");
     EXPECT_EQ(imfGetTemporaryFilenameA(nullptr, 512), 0);
+    // A TMPDIR that is missing or not a directory: /tmp instead.
+    const char *old = std::getenv("TMPDIR");
+    const std::string keep = old ? old : "";
+    for (const char *dir : {"/nonexistent-img-dir", "/dev/null"}) {
+        setenv("TMPDIR", dir, 1);
+        ASSERT_NE(imfGetTemporaryFilenameA(a, sizeof a), 0) << dir;
+        EXPECT_EQ(std::string(a).rfind("/tmp/img-", 0), 0u) << a;
+        unlink(a);
+    }
+    if (old) setenv("TMPDIR", keep.c_str(), 1);
+    else unsetenv("TMPDIR");
 }
 
 TEST(Files, RenameReplacesTheTargetAndFailsCleanly) {
