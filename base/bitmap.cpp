@@ -97,6 +97,7 @@ void imfFree(IMF_BITMAP *b) {
 IMF_ERROR imfCopyExtendedData(IMF_BITMAP *dst, const IMF_BITMAP *src) {
     if (!dst || !src) return IMF_ERRBADPARAMS;
     if (dst == src) return IMF_NOERROR;
+    if (imgrec::ChainLoops(src->Metadata)) return IMF_ERRBADBITMAP;
     char *comment, *name;
     IMF_METADATAENTRY *meta;
     bool ok_c = CopyString(src->Comment, &comment);
@@ -145,7 +146,7 @@ void imfCleanAndSetBitAtBuffer(TUbyte *row, TLong x, int value) {
 // A new bitmap holding the area of src (null: all of it), with src's
 // palette, ColorUsed, TransparentIndex and extended data.
 IMF_ERROR imfCopy(const IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area) {
-    if (!src || !dst || !src->Data) return IMF_ERRBADPARAMS;
+    if (!src || !dst || !src->Data || !imgrec::RecordIsValid(src)) return IMF_ERRBADPARAMS;
     IMF_RECT r;
     if (imfGetClippingRect(src, area, &r)) return IMF_ERRBADPARAMS;
     IMF_BITMAP out;
@@ -201,6 +202,7 @@ IMG_BITMAP *imgCloneBitmap(const IMG_BITMAP *src) {
     if (!src || src->Height < 0) return nullptr;
     long long total = PixelBytes(src->Height, src->BytesPerLine);
     if (total < 0 || (total > 0 && !src->Data)) return nullptr;
+    if (imgrec::ChainLoops(static_cast<const IMF_METADATAENTRY *>(src->MetaData))) return nullptr;
     auto *img = static_cast<IMG_BITMAP *>(imgMemoryAlloc(sizeof(IMG_BITMAP)));
     if (!img) return nullptr;
     *img = *src;

@@ -3,7 +3,8 @@
 // The orientation of the main image is tag 0x0112 of IFD0; the thumbnail is
 // described by IFD1 (the IFD that IFD0 links to): JPEGInterchangeFormat /
 // JPEGInterchangeFormatLength give its stream, ImageWidth / ImageLength its
-// size when present, and the directory may carry its own orientation.
+// size when present (otherwise the stream's frame header does), and the
+// directory may carry its own orientation.
 // Blocks are accepted with or without the leading "Exif\0\0" identifier.
 #include <cstring>
 
@@ -28,6 +29,30 @@ bool FindOrientation(const TiffReader &tiff, Entry *entry) {
     return tiff.FirstIfd(&ifd0) && tiff.Find(ifd0, imgexif::kTagOrientation, entry) &&
            entry->type == imgexif::kTypeShort && entry->count >= 1 &&
            entry->value_at + 2 <= tiff.Size();
+}
+
+// Width and height from the frame header (SOFn) of the JPEG stream p[0..n),
+// walking the marker segments after the start-of-image; false when the
+// stream ends or a scan starts first.
+bool FrameSize(const uint8_t *p, size_t n, uint32_t *width, uint32_t *height) {
+    size_t at = 2;
+    while (at + 4 <= n) {
+        if (p[at] != 0xFF) return false;
+        const uint8_t m = p[at + 1];
+        if (m == 0xFF) { ++at; continue; }  // fill byte
+        if (m == 0xD8 || m == 0x01 || (m >= 0xD0 && m <= 0xD7)) { at += 2; continue; }
+        if (m == 0xD9 || m == 0xDA) return false;
+        const size_t len = size_t{p[at + 2]} << 8 | p[at + 3];
+        if (len < 2 || at + 2 + len > n) return false;
+        if (m >= 0xC0 && m <= 0xCF && m != 0xC4 && m != 0xC8 && m != 0xCC) {
+            if (len < 7) return false;
+            *height = uint32_t{p[at + 5]} << 8 | p[at + 6];
+            *width = uint32_t{p[at + 7]} << 8 | p[at + 8];
+            return true;
+        }
+        at += 2 + len;
+    }
+    return false;
 }
 
 }  // namespace
@@ -83,6 +108,11 @@ int EXIFThumbGet(const void *app1_data, TLong length, EXIFThumbInfo *info) {
     uint32_t v = 0;
     if (tiff.Find(ifd1, imgexif::kTagImageWidth, &e) && tiff.Number(e, &v)) out.Width = v;
     if (tiff.Find(ifd1, imgexif::kTagImageLength, &e) && tiff.Number(e, &v)) out.Height = v;
+    uint32_t w = 0, h = 0;  // a directory without sizes: those of the stream itself
+    if ((!out.Width || !out.Height) && FrameSize(block + stream, size, &w, &h)) {
+        if (!out.Width) out.Width = w;
+        if (!out.Height) out.Height = h;
+    }
     if (tiff.Find(ifd1, imgexif::kTagOrientation, &e) && e.type == imgexif::kTypeShort &&
         e.count >= 1 && e.value_at + 2 <= tiff.Size()) {
         out.HasOrientation = 1;

@@ -66,24 +66,28 @@ int CopyOver(const char *from, const char *to) {
 
 extern "C" {
 
-// The scratch file is created (empty, mode 0600) in $TMPDIR or /tmp so that
-// its name cannot be taken by anyone else before the caller opens it; the
-// caller removes it when done. On failure the buffer holds an empty string.
+// The scratch file is created (empty, mode 0600) in $TMPDIR, or in /tmp when
+// that is unset or not a directory the file can be made in, so that its name
+// cannot be taken by anyone else before the caller opens it; the caller
+// removes it when done. On failure the buffer holds an empty string.
 int imfGetTemporaryFilenameA(char *buffer, TLong capacity) {
     if (!buffer || capacity <= 0) return 0;
     buffer[0] = '\0';
-    const char *dir = std::getenv("TMPDIR");
-    if (!dir || !*dir) dir = "/tmp";
-    const int needed = std::snprintf(nullptr, 0, "%s/img-XXXXXX", dir);
-    if (needed < 0 || needed >= capacity) return 0;
-    std::snprintf(buffer, static_cast<size_t>(capacity), "%s/img-XXXXXX", dir);
-    int fd = mkstemp(buffer);
-    if (fd < 0) {
+    const char *env = std::getenv("TMPDIR");
+    const char *dirs[2] = {env && *env ? env : "/tmp", "/tmp"};
+    for (int i = 0; i < 2; ++i) {
+        if (i == 1 && std::strcmp(dirs[0], dirs[1]) == 0) break;
+        const int needed = std::snprintf(nullptr, 0, "%s/img-XXXXXX", dirs[i]);
+        if (needed < 0 || needed >= capacity) continue;
+        std::snprintf(buffer, static_cast<size_t>(capacity), "%s/img-XXXXXX", dirs[i]);
+        const int fd = mkstemp(buffer);
+        if (fd >= 0) {
+            close(fd);
+            return 1;
+        }
         buffer[0] = '\0';
-        return 0;
     }
-    close(fd);
-    return 1;
+    return 0;
 }
 
 // rename(2) replaces the target atomically. Across file systems, where it

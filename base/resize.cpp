@@ -12,6 +12,7 @@
 #include <cstring>
 
 #include "libtools.h"
+#include "pixel_types.h"
 
 namespace {
 
@@ -167,7 +168,8 @@ void RowPass(const std::uint8_t *s, const Taps &t, int width, int bpp, std::uint
 extern "C" {
 
 IMF_ERROR imfResize(const IMF_BITMAP *src, IMF_BITMAP *dst, TLong width, TLong height, TLong /*mode*/) {
-    if (!src || !dst || !src->Data || width <= 0 || height <= 0 || src->Width <= 0 || src->Height <= 0)
+    if (!src || !dst || !src->Data || width <= 0 || height <= 0 || src->Width <= 0 || src->Height <= 0 ||
+        !imgrec::RecordIsValid(src))
         return IMF_ERRBADPARAMS;
     IMF_BITMAP out;
     if (!imfAllock(&out, src->Type, src->Pack, width, height)) return IMF_ERRMEMORY;

@@ -51,7 +51,9 @@ IMG_API TUword imfAllockEx(IMF_BITMAP *bitmap, TLong type, TLong pack, TLong wid
 IMG_API void imfFree(IMF_BITMAP *bitmap);
 /* Gives `dst` its own copies of the descriptive data of `src`: origin,
  * resolution, offsets, comment, name and metadata chain. On failure (no
- * memory) returns IMF_ERRMEMORY and leaves those pointers of dst null. */
+ * memory) returns IMF_ERRMEMORY and leaves those pointers of dst null. A
+ * metadata chain of src that links back to itself is refused with
+ * IMF_ERRBADBITMAP, dst unchanged. */
 IMG_API IMF_ERROR imfCopyExtendedData(IMF_BITMAP *dst, const IMF_BITMAP *src);
 /* Makes `dst` (an uninitialised record) a new bitmap holding the area of
  * `src` (null: all of it). */
@@ -85,9 +87,9 @@ typedef struct {
     TUlong  Offset;         /* of the thumbnail's JPEG stream within the APP1 data */
     TUlong  Size;           /* its length in bytes */
     TUlong  Reserved1;
-    TUlong  Width;          /* thumbnail width in pixels, 0 when not given */
+    TUlong  Width;          /* thumbnail width in pixels (directory, else frame header), 0 when unknown */
     TUlong  Reserved2;
-    TUlong  Height;         /* thumbnail height in pixels, 0 when not given */
+    TUlong  Height;         /* thumbnail height in pixels (directory, else frame header), 0 when unknown */
     TUlong  Reserved3;
     TUlong  HasOrientation; /* non-zero when the thumbnail directory has an orientation */
     TUbyte *OrientationPtr; /* address of that entry's 16-bit value in the APP1 data */

@@ -149,6 +149,17 @@ TEST(ChannelOps, ShadowHighlightWithTheSourceAsDestinationWorksInPlace) {
         EXPECT_EQ(b->Data, data);
         EXPECT_EQ(Diff(*b.get(), *want.get()), "") << TypeName(type);
     }
+    // Bitmaps without pixels (and so without a buffer): nothing to read or copy.
+    struct Empty { TLong w, h, line; } empties[] = {{0, 3, 4}, {0, 3, 0}, {3, 0, 12}, {0, 0, 0}};
+    for (const Empty &e : empties)
+        for (unsigned type : {IMF_GREY, IMF_RGB, IMF_BGRA}) {
+            IMF_BITMAP b{};
+            b.Type = type, b.Width = e.w, b.Height = e.h, b.BytesPerLine = e.line;
+            b.BytesPerPixel = type == IMF_GREY ? 1 : type == IMF_RGB ? 3 : 4;
+            OwnedImf d;
+            EXPECT_EQ(imfAdjustShadowHighlight(&b, d.get(), nullptr, 60, -40), IMF_NOERROR) << e.w << 'x' << e.h;
+            EXPECT_EQ(imfAdjustShadowHighlight(&b, nullptr, nullptr, 60, -40), IMF_NOERROR) << e.w << 'x' << e.h;
+        }
 }
 
 TEST(ChannelOps, ShadowHighlightStatedValues) {
@@ -448,6 +459,20 @@ TEST(PublicColour, RefusalsLeaveEverythingAlone) {
     rgb.b->BitsPerComponent = 16;
     EXPECT_EQ(imgAdjustHLS(rgb.b, nullptr, 1, 1, 1), IMG_ERROR_BAD_PARAMETERS);
     rgb.b->BitsPerComponent = 8;
+    // Malformed records, in place and with a destination: refused, nothing written.
+    struct Bad { IMG_UINT32 line; IMG_UINT16 pixel; IMG_INT32 w, h; } bad[] = {
+        {8, 3, 3, 3}, {0xFFFFFF00u, 3, 3, 3}, {12, 200, 3, 3}, {12, 3, -1, 3}, {12, 3, 3, -2}};
+    const IMG_BITMAP keep = *rgb.b;
+    for (const Bad &r : bad) {
+        rgb.b->BytesPerLine = r.line, rgb.b->BytesPerPixel = r.pixel, rgb.b->Width = r.w, rgb.b->Height = r.h;
+        for (IMG_BITMAP **dst : {static_cast<IMG_BITMAP **>(nullptr), &out}) {
+            EXPECT_EQ(imgAdjustHLS(rgb.b, dst, 9, 9, 9), IMG_ERROR_BAD_PARAMETERS) << r.line << ' ' << r.pixel;
+            EXPECT_EQ(imgSepia(rgb.b, dst, 50), IMG_ERROR_BAD_PARAMETERS) << r.line << ' ' << r.pixel;
+            EXPECT_EQ(imgSepiaEx(rgb.b, dst, 50, &ok), IMG_ERROR_BAD_PARAMETERS) << r.line << ' ' << r.pixel;
+        }
+    }
+    *rgb.b = keep;
+    EXPECT_EQ(out, sentinel);
     EXPECT_EQ(rgb.b->Data[0], 9);
     EXPECT_EQ(imgAdjustHLS(nullptr, nullptr, 1, 1, 1), IMG_ERROR_BAD_PARAMETERS);
     // A clone is made whenever a destination is asked for, even for *dst == src.

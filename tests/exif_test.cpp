@@ -110,6 +110,17 @@ TEST_P(ByteOrder, ThumbnailWithoutSizeOrOrientationEntries) {
     EXPECT_EQ(EXIFGetOrientation(&e, &o), 0);
     EXPECT_EQ(o, -5);
     EXPECT_EQ(EXIFSetOrientation(&e, 1), 0);
+    // Then the size is the stream's own, from its frame header (after an APP0
+    // and fill bytes); a frame header cut short gives none.
+    const std::vector<uint8_t> head = {0xFF, 0xD8, 0xFF, 0xE0, 0, 4, 1, 2, 0xFF, 0xFF, 0xC2, 0, 11, 8, 0, 48, 0, 64, 1, 1, 0x11, 0};
+    for (size_t cut : {head.size(), size_t{16}}) {
+        recipe.thumbnail.assign(head.begin(), head.begin() + static_cast<long>(cut));
+        recipe.thumbnail.insert(recipe.thumbnail.end(), {0xFF, 0xD9});
+        block = MakeExifBlock(recipe);
+        ASSERT_NE(EXIFThumbGet(block.data(), static_cast<TLong>(block.size()), &info), 0);
+        EXPECT_EQ(info.Width, cut == head.size() ? 64u : 0u);
+        EXPECT_EQ(info.Height, cut == head.size() ? 48u : 0u);
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(Exif, ByteOrder, testing::Values(false, true),
@@ -288,6 +299,17 @@ TEST(Files, TemporaryNamesAreFreshAndReserved) {
     EXPECT_EQ(imfGetTemporaryFilenameA(tiny, sizeof tiny), 0);
     EXPECT_STREQ(tiny, "");
     EXPECT_EQ(imfGetTemporaryFilenameA(nullptr, 512), 0);
+    // A TMPDIR that is missing or not a directory: /tmp instead.
+    const char *old = std::getenv("TMPDIR");
+    const std::string keep = old ? old : "";
+    for (const char *dir : {"/nonexistent-img-dir", "/dev/null"}) {
+        setenv("TMPDIR", dir, 1);
+        ASSERT_NE(imfGetTemporaryFilenameA(a, sizeof a), 0) << dir;
+        EXPECT_EQ(std::string(a).rfind("/tmp/img-", 0), 0u) << a;
+        unlink(a);
+    }
+    if (old) setenv("TMPDIR", keep.c_str(), 1);
+    else unsetenv("TMPDIR");
 }
 
 TEST(Files, RenameReplacesTheTargetAndFailsCleanly) {

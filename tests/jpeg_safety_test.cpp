@@ -6,6 +6,7 @@
 
 #include <sys/mount.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -102,6 +103,70 @@ TEST_F(Replace, AWorkFileThatCannotBeWrittenLeavesTheSource) {
     EXPECT_EQ(ReadFileBytes(photo), original);
 }
 
+// The work file is made only where its name is free; links are not followed
+// into it; a source that is not a regular file is refused without waiting.
+TEST_F(Replace, WorkFileNamesThatAreTakenAndSourcesThatAreNotFiles) {
+    const Bytes original = SmallJpeg(), other = SmallJpeg(5);
+    struct Case { const char *what; bool link; } cases[] = {{"planted link", true}, {"existing file", false}};
+    for (const Case &c : cases) {
+        const std::string photo = Put("photo.jpg", original), victim = Put("victim", other);
+        ASSERT_EQ(chmod(victim.c_str(), 0600), 0);
+        const std::string work = dir_.File("photo.jp_");
+        if (c.link) ASSERT_EQ(symlink(victim.c_str(), work.c_str()), 0);
+        else WriteFileBytes(work, other);
+        EXPECT_EQ(imfJpegLosslessTransform(photo.c_str(), IMF_LOSSLESS_TRANSFORM_ROTATE90, 0), 0) << c.what;
+        struct stat st;
+        ASSERT_EQ(lstat(work.c_str(), &st), 0) << c.what;
+        EXPECT_EQ(S_ISLNK(st.st_mode), c.link) << c.what;
+        EXPECT_EQ(ReadFileBytes(photo), original) << c.what;
+        EXPECT_EQ(ReadFileBytes(work), other) << c.what;
+        ASSERT_EQ(stat(victim.c_str(), &st), 0);
+        EXPECT_EQ(st.st_mode & 0777, 0600u) << c.what;
+        unlink(work.c_str());
+    }
+    // Through a symbolic link: the target changes, the link stays.
+    const std::string target = Put("target.jpg", original), link = dir_.File("link.jpg");
+    ASSERT_EQ(symlink(target.c_str(), link.c_str()), 0);
+    EXPECT_EQ(imfJpegLosslessTransform(link.c_str(), IMF_LOSSLESS_TRANSFORM_ROTATE180, 0), 1);
+    struct stat st;
+    ASSERT_EQ(lstat(link.c_str(), &st), 0);
+    EXPECT_TRUE(S_ISLNK(st.st_mode));
+    EXPECT_NE(ReadFileBytes(target), original);
+    // A FIFO (no writer ever comes) and a directory.
+    const std::string fifo = dir_.File("fifo.jpg");
+    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+    for (const std::string &src : {fifo, dir_.path()}) {
+        EXPECT_EQ(imfJpegLosslessTransformEx(src.c_str(), dir_.File("out.jpg").c_str(), IMF_LOSSLESS_TRANSFORM_ROTATE90, 0), 0);
+        EXPECT_EQ(imfJpegLosslessTransform(src.c_str(), IMF_LOSSLESS_TRANSFORM_ROTATE90, 0), 0);
+    }
+}
+
+// Two processes turning the same file at once: each call that reports success
+// has its turn in the file, the other fails and changes nothing.
+TEST_F(Replace, TwoInPlaceTransformsAtOnce) {
+    const Bytes original = SmallJpeg();
+    const std::string photo = Put("photo.jpg", original), src = Put("src.jpg", original);
+    const std::string once = dir_.File("once.jpg"), twice = dir_.File("twice.jpg");
+    ASSERT_EQ(imfJpegLosslessTransformEx(src.c_str(), once.c_str(), IMF_LOSSLESS_TRANSFORM_ROTATE90, 0), 1);
+    ASSERT_EQ(imfJpegLosslessTransformEx(once.c_str(), twice.c_str(), IMF_LOSSLESS_TRANSFORM_ROTATE90, 0), 1);
+    for (int round = 0; round < 10; ++round) {
+        WriteFileBytes(photo, original);
+        pid_t kids[2];
+        for (pid_t &k : kids)
+            if ((k = fork()) == 0)
+                _exit(imfJpegLosslessTransform(photo.c_str(), IMF_LOSSLESS_TRANSFORM_ROTATE90, 0) == 1 ? 0 : 1);
+        int ok = 0;
+        for (pid_t k : kids) {
+            int status = 0;
+            ASSERT_EQ(waitpid(k, &status, 0), k);
+            ok += WIFEXITED(status) && WEXITSTATUS(status) == 0;
+        }
+        const Bytes got = ReadFileBytes(photo);
+        EXPECT_EQ(got, ok == 2 ? ReadFileBytes(twice) : ok == 1 ? ReadFileBytes(once) : original) << round;
+        EXPECT_FALSE(FileExists(dir_.File("photo.jp_")));
+    }
+}
+
 TEST_F(Replace, AReadOnlyFolderLeavesTheSource) {
     if (geteuid() == 0) GTEST_SKIP() << "permission bits do not stop root";
     const Bytes original = SmallJpeg();
@@ -140,6 +205,12 @@ TEST_F(Replace, AFullDiskGivesFailureNeverATruncatedFile) {
         EXPECT_EQ(imfJpegLosslessTransform(photo.c_str(), IMF_LOSSLESS_TRANSFORM_ROTATE90, 0), 0);
         EXPECT_EQ(imfJpegLosslessCrop(photo.c_str(), 0, 0, 390, 290, 0), 0);
         EXPECT_EQ(imgJpegLosslessTransform(photo.c_str(), IMG_LOSSLESS_TRANSFORM_ROTATE180), IMG_UNKNOWN_ERROR);
+        // The source as destination, spelt otherwise or through a hard link.
+        const std::string hard = mnt + "/hard.jpg";
+        ASSERT_EQ(link(photo.c_str(), hard.c_str()), 0);
+        for (const std::string &dst : {mnt + "/./photo.jpg", hard})
+            EXPECT_EQ(imfJpegLosslessTransformEx(photo.c_str(), dst.c_str(), IMF_LOSSLESS_TRANSFORM_ROTATE90, 0), 0);
+        unlink(hard.c_str());
         EXPECT_EQ(ReadFileBytes(photo), original);
         EXPECT_FALSE(FileExists(mnt + "/photo.jp_"));
     }

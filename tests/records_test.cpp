@@ -176,6 +176,26 @@ TEST(ExtendedData, CopiesSurviveReleasingTheSource) {
     EXPECT_EQ(dst->Origin, IMF_BOTTOM_LEFT);
 }
 
+// A chain linking back to itself (to its head, or an entry to itself) is
+// refused: nothing copied.
+TEST(ExtendedData, ChainsThatLoopAreRefused) {
+    for (int loop_at : {0, 1}) {
+        OwnedImf src, dst;
+        ASSERT_NE(imfAllock(src.get(), IMF_GREY, 1, 2, 2), 0);
+        src->Metadata = Chain("exif-bytes", "xmp");
+        IMF_METADATAENTRY *last = src->Metadata->Next;
+        last->Next = loop_at == 0 ? src->Metadata : last;
+        EXPECT_EQ(imfCopyExtendedData(dst.get(), src.get()), IMF_ERRBADBITMAP) << loop_at;
+        EXPECT_EQ(dst->Metadata, nullptr);
+        OwnedImf part;
+        EXPECT_EQ(imfCopy(src.get(), part.get(), nullptr), IMF_ERRBADPARAMS);
+        IMG_BITMAP pub{};
+        imge::imgCopyBitmapFromimfBitmap(&pub, src.get());
+        EXPECT_EQ(imgCloneBitmap(&pub), nullptr);
+        last->Next = nullptr;
+    }
+}
+
 TEST(Clone, DeepCopyOfEverythingTheRecordPointsTo) {
     IMG_BITMAP *b = imgCreateBitmap(IMG_COLORS, 7, 3);
     ASSERT_NE(b, nullptr);
@@ -273,6 +293,23 @@ TEST(Copy, CopiesAnAreaIncludingUnalignedBits) {
         OwnedImf none;
         EXPECT_EQ(imfCopy(src.get(), none.get(), &bad), IMF_ERRBADPARAMS);
     }
+}
+
+TEST(CopyAndResize, RefuseMalformedRecords) {
+    OwnedImf src;
+    ASSERT_NE(imfAllock(src.get(), IMF_RGB, 1, 4, 3), 0);
+    struct Bad { TLong width, line; TUword pixel; } bad[] = {
+        {4, 11, 3}, {4, 12, 200}, {4, 12, 1}, {0x7FFFFFF0, 12, 3}, {4, -256, 3}, {-4, 12, 3}};
+    const IMF_BITMAP keep = src.b;
+    for (const Bad &r : bad) {
+        src->Width = r.width, src->BytesPerLine = r.line, src->BytesPerPixel = r.pixel;
+        OwnedImf a, b;
+        EXPECT_EQ(imfCopy(src.get(), a.get(), nullptr), IMF_ERRBADPARAMS) << r.width << ' ' << r.line << ' ' << r.pixel;
+        EXPECT_EQ(imfResize(src.get(), b.get(), 9, 5, 0), IMF_ERRBADPARAMS) << r.width << ' ' << r.line << ' ' << r.pixel;
+        EXPECT_EQ(a->Data, nullptr);
+        EXPECT_EQ(b->Data, nullptr);
+    }
+    src.b = keep;
 }
 
 }  // namespace

@@ -31,6 +31,14 @@ void MakeDirs(const std::string &path) {
     }
 }
 
+// Whether two names reach the same file (device and inode), whatever their
+// spelling; false when either does not exist.
+bool SameFile(const std::string &a, const std::string &b) {
+    struct stat sa, sb;
+    return stat(a.c_str(), &sa) == 0 && stat(b.c_str(), &sb) == 0 && sa.st_dev == sb.st_dev &&
+           sa.st_ino == sb.st_ino;
+}
+
 std::string BaseName(const std::string &path) {
     const size_t slash = path.find_last_of('/');
     return slash == std::string::npos ? path : path.substr(slash + 1);
@@ -73,10 +81,11 @@ void RunOne(const Request &r, const std::string &input, bool folder) {
     if (r.op->file) {
         const std::string out = OutputFor(r, input, nullptr, folder);
         Bytes original = ReadFile(input);
-        if (out != input) WriteFileAtomic(out, original);
+        const bool in_place = out == input || SameFile(out, input);
+        if (!in_place) WriteFileAtomic(out, original);
         const std::string err = r.op->file(r.args, out);
         if (!err.empty()) {
-            if (out != input) std::remove(out.c_str());
+            if (!in_place) std::remove(out.c_str());
             throw ToolError{err};
         }
         return;

@@ -74,12 +74,14 @@ IMF_ERROR imfAdjustShadowHighlight(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_R
         IMF_ERROR rc = imge::AllocateLike(src, dst, false);
         if (rc != IMF_NOERROR) return rc;
         target = dst;
+        if (src->Width == 0 || src->Height == 0) return IMF_NOERROR;  // no pixels to copy
         if ((bpp == 3 || bpp == 4) && dst->BytesPerLine == src->BytesPerLine) {
             StretchInto(src, dst, r, t);
             return IMF_NOERROR;
         }
         imge::CopyPixels(src, dst);
     }
+    if (r.width == 0 || r.height == 0) return IMF_NOERROR;
     // Grey: each byte by its own value, through one table.
     TUbyte grey[256];
     for (int c = 0; c < 256; ++c)

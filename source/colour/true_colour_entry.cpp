@@ -1,4 +1,6 @@
 #include "colour/rgb_positions.h"
+#include "core/bitmap_check.h"
+#include "core/convert.h"
 #include "libtools.h"
 
 namespace imge {
@@ -8,11 +10,11 @@ IMG_ERROR BeginPublicTrueColour(IMG_BITMAP *src, IMG_BITMAP **bdst, IMG_BITMAP *
     if (!src || src->BitsPerComponent > 8 || !(src->Type & IMG_TRUECOLORS) ||
         !PublicRgbPositions(src->Type, pos))
         return IMG_ERROR_BAD_PARAMETERS;
-    // Pixels are read BytesPerPixel apart from Data: a record whose pixel size
-    // cannot hold the three colour bytes, or without pixels, is refused.
-    const int last = pos->r > pos->b ? pos->r : pos->b;
-    if (src->Width > 0 && src->Height > 0 && (!src->Data || src->BytesPerPixel <= last))
-        return IMG_ERROR_BAD_PARAMETERS;
+    // The record check every other operation makes: sizes, pixel size of the
+    // type, rows long enough for their pixels, pixels present.
+    IMF_BITMAP record;
+    imgCopyBitmapFromimgBitmap(&record, src);
+    if (!BitmapIsValid(&record)) return IMG_ERROR_BAD_PARAMETERS;
     if (!bdst) {
         *work = src;
         return IMG_NO_ERROR;

@@ -1,4 +1,6 @@
 #include <algorithm>
+#include <cmath>
+#include <cstdint>
 
 #include "draw/pen.h"
 #include "draw/shapes.h"
@@ -47,6 +49,89 @@ Extent Locate(const IMG_BITMAP *b, int64_t xc, int64_t yc, int64_t r, int64_t re
     return e;
 }
 
+// The midpoint walk of one octant (px from 0 up while px <= py), entered at
+// any step: at step px the walk's py is the largest y with
+// px^2 + (y - 1/2)^2 < r^2, and its decision variable is
+// (px + 1)^2 + py^2 - py - r^2, so the steps that draw near the bitmap can be
+// walked alone, with the same pixels as the whole walk.
+struct Octant {
+    int64_t r;
+    // Largest k with k * k <= m (m < 2^64).
+    static uint64_t ISqrt(uint64_t m) {
+        uint64_t k = static_cast<uint64_t>(std::sqrt(static_cast<long double>(m)));
+        if (k > 0xFFFFFFFFu) k = 0xFFFFFFFFu;
+        while (k * k > m) --k;
+        while (k < 0xFFFFFFFFu && (k + 1) * (k + 1) <= m) ++k;
+        return k;
+    }
+    int64_t Py(int64_t px) const {
+        if (px == 0) return r;
+        if (px >= r) return -1;
+        const uint64_t rr = static_cast<uint64_t>(r), xx = static_cast<uint64_t>(px);
+        uint64_t k = ISqrt(4 * rr * rr - 4 * xx * xx - 1);  // largest odd k: k^2 < 4 r^2 - 4 px^2
+        if (k % 2 == 0) --k;
+        return static_cast<int64_t>((k + 1) / 2);
+    }
+    int64_t D(int64_t px, int64_t py) const { return (px + 1) * (px + 1) + py * py - py - r * r; }
+    // The last step of the octant.
+    int64_t Last() const {
+        int64_t lo = 0, hi = r;  // px <= Py(px) holds at lo
+        while (lo < hi) {
+            const int64_t mid = lo + (hi - lo + 1) / 2;
+            if (mid <= Py(mid)) lo = mid;
+            else hi = mid - 1;
+        }
+        return lo;
+    }
+    // First step whose py is at most v (Py falls as px grows).
+    int64_t FirstAtMost(int64_t v, int64_t last) const {
+        int64_t lo = 0, hi = last + 1;
+        while (lo < hi) {
+            const int64_t mid = lo + (hi - lo) / 2;
+            if (Py(mid) <= v) hi = mid;
+            else lo = mid + 1;
+        }
+        return lo;
+    }
+};
+
+struct Span { int64_t lo, hi; };
+struct Spans {  // at most four
+    Span s[4];
+    int n = 0;
+    void push_back(Span v) { s[n++] = v; }
+};
+
+// The steps px in [0, last] for which c + px or c - px lies in [-m, n - 1 + m].
+void Near(int64_t c, int64_t n, int64_t m, Spans *out) {
+    out->push_back({-m - c, n - 1 + m - c});
+    out->push_back({c - n + 1 - m, c + m});
+}
+
+// The steps px in [0, last] whose py lies within [lo, hi].
+void WithPy(const Octant &o, int64_t last, int64_t lo, int64_t hi, Spans *out) {
+    if (hi < lo) return;
+    out->push_back({o.FirstAtMost(hi, last), o.FirstAtMost(lo - 1, last) - 1});
+}
+
+// Calls step(px, py, d) for every step of the spans, in order, each once.
+template <typename Step>
+void WalkSpans(const Octant &o, int64_t last, Spans spans, Step step) {
+    Span *const first = spans.s, *const end = spans.s + spans.n;
+    for (Span *s = first; s != end; ++s) *s = {std::max<int64_t>(s->lo, 0), std::min(s->hi, last)};
+    for (int i = 1; i < spans.n; ++i)  // by start
+        for (int j = i; j > 0 && spans.s[j].lo < spans.s[j - 1].lo; --j) std::swap(spans.s[j], spans.s[j - 1]);
+    int64_t next = 0;  // first step not yet walked
+    for (const Span *sp = first; sp != end; ++sp) {
+        const Span &s = *sp;
+        const int64_t from = std::max(s.lo, next);
+        if (from > s.hi) continue;
+        int64_t px = from, py = o.Py(from), d = o.D(from, py);
+        for (; px <= s.hi; ++px) step(px, py, d);
+        next = s.hi + 1;
+    }
+}
+
 }  // namespace
 
 // The walk's decision variable and coordinates are 64-bit so that radii near
@@ -67,9 +152,14 @@ void DrawFillCircleColor(IMG_BITMAP *b, int32_t xc, int32_t yc, int32_t radius, 
     // span: rows yc +- px get half-width py once per step, and rows yc +- py
     // are drawn once, with the last (widest) px before py moves on. Same
     // pixels as drawing all four spans of every step.
-    int64_t px = 0, py = radius, d = 1 - int64_t{radius};
-    const int64_t x = xc, y = yc;
-    while (px <= py) {
+    // Only the steps whose rows meet the bitmap: rows yc +- px and yc +- py.
+    const Octant o{radius};
+    const int64_t last = o.Last(), x = xc, y = yc;
+    Spans spans;
+    Near(yc, b->Height, 0, &spans);
+    WithPy(o, last, -y, b->Height - 1 - y, &spans);
+    WithPy(o, last, y - b->Height + 1, y, &spans);
+    WalkSpans(o, last, spans, [&](int64_t &px, int64_t &py, int64_t &d) {
         DrawHorizontalLine(b, x - py, y - px, x + py, color);
         if (px != 0) DrawHorizontalLine(b, x - py, y + px, x + py, color);
         const bool down = d >= 0;
@@ -83,9 +173,8 @@ void DrawFillCircleColor(IMG_BITMAP *b, int32_t xc, int32_t yc, int32_t radius, 
             DrawHorizontalLine(b, x - px, y + py, x + px, color);
             if (py != 0) DrawHorizontalLine(b, x - px, y - py, x + px, color);
         }
-        px = npx;
         py = npy;
-    }
+    });
 }
 
 void DrawCircleColor(IMG_BITMAP *b, int32_t xc, int32_t yc, int32_t radius, IMG_UINT32 line_width,
@@ -100,9 +189,13 @@ void DrawCircleColor(IMG_BITMAP *b, int32_t xc, int32_t yc, int32_t radius, IMG_
     const int64_t reach = int64_t{radius} + 7;
     const Extent where = Locate(b, xc, yc, radius, reach, radius >= 32 ? int64_t{radius} - 16 : 0);
     if (where.misses || where.covers) return;
-    int64_t px = 0, py = radius, d = 1 - int64_t{radius};
-    const int64_t x = xc, y = yc;
-    while (px <= py) {
+    // Only the steps whose points come within a brush of the bitmap.
+    const Octant o{radius};
+    const int64_t last = o.Last(), x = xc, y = yc;
+    Spans spans;
+    Near(xc, b->Width, 8, &spans);
+    Near(yc, b->Height, 8, &spans);
+    WalkSpans(o, last, spans, [&](int64_t &px, int64_t &py, int64_t &d) {
         PlotBrushWithClip(b, x + px, y + py, color, line_width, style, 0);
         PlotBrushWithClip(b, x - px, y + py, color, line_width, style, 0);
         PlotBrushWithClip(b, x + px, y - py, color, line_width, style, 0);
@@ -117,8 +210,7 @@ void DrawCircleColor(IMG_BITMAP *b, int32_t xc, int32_t yc, int32_t radius, IMG_
             d += 2 * (px - py) + 5;
             --py;
         }
-        ++px;
-    }
+    });
 }
 
 }  // namespace draw

@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 
 #include "jpeg/pipeline.h"
@@ -29,29 +30,56 @@ bool WorkName(const char *filename, char (&work)[kNameBytes]) {
     return true;
 }
 
-// The work file gets the file's permission bits and reaches the disk
-// before it replaces the file.
-bool Settle(const char *work, const char *filename) {
-    struct stat st;
-    if (stat(filename, &st) == 0 && chmod(work, st.st_mode & 07777) != 0) return false;
-    const int fd = open(work, O_RDONLY);
+// The work file reaches the disk before it replaces the file.
+bool Settle(const char *work) {
+    const int fd = open(work, O_RDONLY | O_NOFOLLOW);
     if (fd < 0) return false;
     const bool synced = fsync(fd) == 0;
     return close(fd) == 0 && synced;
 }
 
-}  // namespace
-
-TWord RunInPlace(const char *filename, const Request &rq) {
+// src transformed into target through target's work file, created fresh
+// beside it and renamed over target only once complete: a failure leaves
+// target as it was, and a work name already taken (another transform of the
+// same file under way, or anything planted there) fails with nothing touched.
+TWord RunThrough(const char *src, const char *target, Request rq) {
     char work[kNameBytes];
-    if (!WorkName(filename, work)) return 0;
-    if (!Run(filename, work, rq) || !Settle(work, filename)) {
-        unlink(work);
+    if (!WorkName(target, work)) return 0;
+    rq.exclusive = true;
+    bool created = false;
+    if (!Run(src, work, rq, &created) || !Settle(work)) {
+        if (created) unlink(work);
         return 0;
     }
     // rename(2) replaces the file atomically: on failure the file stays as
     // it was (and so does the work file).
-    return imfFileRename(work, filename) == 0 ? 1 : 0;
+    return imfFileRename(work, target) == 0 ? 1 : 0;
+}
+
+bool SameFile(const char *a, const char *b) {
+    struct stat sa, sb;
+    return a && b && stat(a, &sa) == 0 && stat(b, &sb) == 0 && sa.st_dev == sb.st_dev && sa.st_ino == sb.st_ino;
+}
+
+}  // namespace
+
+// A symbolic link is followed: the file it names is transformed (its work
+// file beside it) and the link stays. A hard-linked file gets a new inode:
+// its other names keep the old picture.
+TWord RunInPlace(const char *filename, const Request &rq) {
+    struct stat st;
+    if (filename == nullptr || lstat(filename, &st) != 0) return 0;
+    if (!S_ISLNK(st.st_mode)) return RunThrough(filename, filename, rq);
+    char *real = realpath(filename, nullptr);
+    const TWord r = real != nullptr ? RunThrough(real, real, rq) : 0;
+    std::free(real);
+    return r;
+}
+
+// A destination that is the source itself (same device and inode, whatever
+// the spelling) is written as in place, so that a failure cannot truncate it.
+TWord RunToFile(const char *src, const char *dst, const Request &rq) {
+    return SameFile(src, dst) ? RunThrough(src, dst, rq) : Run(src, dst, rq);
 }
 
 }  // namespace jpeg_lossless
@@ -69,7 +97,7 @@ IMG_API TWord imfJpegLosslessTransform2(const char *src, const char *dst, TLong 
     rq.h = static_cast<TUlong>(h);
     rq.code = transform;
     rq.flags = flags;
-    return jpeg_lossless::Run(src, dst, rq);
+    return jpeg_lossless::RunToFile(src, dst, rq);
 }
 
 IMG_API TWord imfJpegLosslessTransformEx(const char *src, const char *dst, TUword transform, TUlong flags) {

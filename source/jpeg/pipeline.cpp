@@ -8,6 +8,10 @@
 // can fail.
 #include "jpeg/pipeline.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <csetjmp>
 #include <cstring>
 
@@ -32,6 +36,36 @@ bool CloseChecked(FILE *f) {
     return std::fclose(f) == 0 && flushed;
 }
 
+// The source, opened only when it is a regular file: the check is made on
+// the open descriptor, and the open itself does not wait (a FIFO would block
+// until a writer came). *mode receives its permission bits.
+FILE *OpenSource(const char *name, mode_t *mode) {
+    const int fd = open(name, O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    if (fd < 0) return nullptr;
+    struct stat st;
+    if (fstat(fd, &st) != 0 || !S_ISREG(st.st_mode) || fcntl(fd, F_SETFL, O_RDONLY) != 0) {
+        close(fd);
+        return nullptr;
+    }
+    *mode = st.st_mode & 07777;
+    FILE *f = fdopen(fd, "rb");
+    if (f == nullptr) close(fd);
+    return f;
+}
+
+// The destination. A work file is made only where nothing of that name
+// exists (no link is followed) and gets the source's permission bits;
+// *created tells whether this call made it.
+FILE *OpenDestination(const char *name, bool exclusive, mode_t mode, bool *created) {
+    if (!exclusive) return std::fopen(name, "wb");
+    const int fd = open(name, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
+    if (fd < 0) return nullptr;
+    *created = true;
+    FILE *f = fchmod(fd, mode) == 0 ? fdopen(fd, "wb") : nullptr;
+    if (f == nullptr) close(fd);
+    return f;
+}
+
 }  // namespace
 
 int ModuleTransformForCode(TUword code) {
@@ -45,8 +79,12 @@ int ModuleTransformForCode(TUword code) {
     }
 }
 
-TWord Run(const char *src_name, const char *dst_name, const Request &rq) {
+TWord Run(const char *src_name, const char *dst_name, const Request &rq, bool *created_out) {
+    bool made = false;
+    bool *const volatile created = created_out != nullptr ? created_out : &made;
+    *created = false;
     if (src_name == nullptr || dst_name == nullptr) return 0;
+    volatile mode_t mode = 0600;
     jpeg_decompress_struct src;
     jpeg_compress_struct dst;
     ErrorManager err;
@@ -87,7 +125,9 @@ TWord Run(const char *src_name, const char *dst_name, const Request &rq) {
     src.mem->max_memory_to_use = dst.mem->max_memory_to_use;
 
     // Stage 3: the source file is open.
-    in = std::fopen(src_name, "rb");
+    mode_t source_mode = 0600;
+    in = OpenSource(src_name, &source_mode);
+    mode = source_mode;
     if (in == nullptr) {
         jpeg_destroy_compress(&dst);
         jpeg_destroy_decompress(&src);
@@ -107,7 +147,7 @@ TWord Run(const char *src_name, const char *dst_name, const Request &rq) {
     dst.optimize_coding = TRUE;
 
     // Stage 4: the destination is opened only once the source is read.
-    out = std::fopen(dst_name, "wb");
+    out = OpenDestination(dst_name, rq.exclusive, mode, created);
     if (out == nullptr) {
         jpeg_destroy_compress(&dst);
         jpeg_destroy_decompress(&src);

@@ -20,10 +20,13 @@ struct Request {
     // EXIF or thumbnail step. Used for thumbnails, which may need the two
     // diagonal transforms that the codes do not name.
     int module_transform = -1;
+    // The destination is a work file that must not exist yet.
+    bool exclusive = false;
 };
 
 // Reads `src`, writes `dst`. 1 on success, 0 on failure.
-TWord Run(const char *src, const char *dst, const Request &request);
+// *created (when given): whether the call made the destination file.
+TWord Run(const char *src, const char *dst, const Request &request, bool *created = nullptr);
 
 // The module transform that a transform code selects (0 for unknown codes
 // and for 6, whose transform comes from the file).
@@ -41,6 +44,7 @@ void TransformThumbnail(j_decompress_ptr src, int transform);
 // In place through the work file (name with its last character replaced
 // by '_'), which then replaces the file by rename(2).
 TWord RunInPlace(const char *filename, const Request &request);
+TWord RunToFile(const char *src, const char *dst, const Request &request);
 
 }  // namespace jpeg_lossless
 

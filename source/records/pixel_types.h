@@ -36,4 +36,30 @@ inline long long RowBytes(unsigned type, long long width) {
     return width * BytesPerPixelOf(type);
 }
 
+// True when a metadata chain links back to itself (two walkers, one twice as
+// fast: they meet only on a loop).
+inline bool ChainLoops(const IMF_METADATAENTRY *slow) {
+    for (const IMF_METADATAENTRY *fast = slow; fast && fast->Next;) {
+        slow = slow->Next;
+        fast = fast->Next->Next;
+        if (slow == fast) return true;
+    }
+    return false;
+}
+
+// True when a record can be walked safely: a known type whose BytesPerPixel
+// matches, non-negative sizes, rows at least as long as their pixels, a total
+// size within 31 bits, a pixel buffer whenever there are pixels and a
+// metadata chain that ends.
+inline bool RecordIsValid(const IMF_BITMAP *b) {
+    if (!b || b->Width < 0 || b->Height < 0 || b->BytesPerLine < 0) return false;
+    const int bpp = BytesPerPixelOf(b->Type);
+    if (bpp == 0) return false;
+    if (b->Type != IMF_BINARY && b->BytesPerPixel != bpp) return false;
+    if (b->Height > 0 && b->BytesPerLine < RowBytes(b->Type, b->Width)) return false;
+    if (b->BytesPerLine != 0 && b->Height > 0x7FFFFFFF / b->BytesPerLine) return false;
+    if (b->Width > 0 && b->Height > 0 && !b->Data) return false;
+    return !ChainLoops(b->Metadata);
+}
+
 }  // namespace imgrec

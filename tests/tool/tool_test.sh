@@ -194,6 +194,10 @@ same keep.jpg demo/sample-exif.jpg "failed jpeg-crop changed its file"
 cp grey.pgm notjpeg.jpg
 run jpeg-flip --direction vertical notjpeg.jpg; expect_rc 1 "jpeg-flip on a PNM"
 expect_err "not transformed" "jpeg-flip on a PNM"; same notjpeg.jpg grey.pgm "failed jpeg-flip changed its file"
+for o in ./notjpeg.jpg "$T/notjpeg.jpg"; do  # the input by another spelling: kept
+  run jpeg-flip --direction vertical notjpeg.jpg -o "$o"; expect_rc 1 "jpeg-flip -o $o"
+  same notjpeg.jpg grey.pgm "failed jpeg-flip -o $o lost its input"
+done
 [ ! -e keep.jp_ ] && [ ! -e notjpeg.jp_ ] || fail "work files left behind"
 run jpeg-rotate --by 45 keep.jpg; expect_rc 2 "jpeg-rotate --by 45"
 # Metadata kept through a filter into JPEG and PNG, read back by exiftool;
