@@ -190,7 +190,7 @@ TEST(ExtendedData, ChainsThatLoopAreRefused) {
         OwnedImf part;
         EXPECT_EQ(imfCopy(src.get(), part.get(), nullptr), IMF_ERRBADPARAMS);
         IMG_BITMAP pub{};
-        imge::imgCopyBitmapFromimfBitmap(&pub, src.get());
+        imgrec::ToImg(&pub, src.get());
         EXPECT_EQ(imgCloneBitmap(&pub), nullptr);
         last->Next = nullptr;
     }

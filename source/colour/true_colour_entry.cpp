@@ -1,6 +1,6 @@
 #include "colour/rgb_positions.h"
 #include "core/bitmap_check.h"
-#include "core/convert.h"
+#include "records/record_convert.h"
 #include "libtools.h"
 
 namespace imge {
@@ -13,7 +13,7 @@ IMG_ERROR BeginPublicTrueColour(IMG_BITMAP *src, IMG_BITMAP **bdst, IMG_BITMAP *
     // The record check every other operation makes: sizes, pixel size of the
     // type, rows long enough for their pixels, pixels present.
     IMF_BITMAP record;
-    imgCopyBitmapFromimgBitmap(&record, src);
+    imgrec::ToImf(&record, src);
     if (!BitmapIsValid(&record)) return IMG_ERROR_BAD_PARAMETERS;
     if (!bdst) {
         *work = src;

@@ -124,11 +124,23 @@ TWord Run(const char *src_name, const char *dst_name, const Request &rq, bool *c
     }
     src.mem->max_memory_to_use = dst.mem->max_memory_to_use;
 
-    // Stage 3: the source file is open.
+    // Stage 3: the source file is open. A work file claims its name first, so
+    // that of two calls on the same file the second either finds the name
+    // taken or reads the first one's finished result.
+    if (rq.exclusive) {
+        out = OpenDestination(dst_name, true, 0600, created);
+        if (out == nullptr) {
+            jpeg_destroy_compress(&dst);
+            jpeg_destroy_decompress(&src);
+            return 0;
+        }
+    }
     mode_t source_mode = 0600;
     in = OpenSource(src_name, &source_mode);
     mode = source_mode;
-    if (in == nullptr) {
+    if (in == nullptr || (out != nullptr && fchmod(fileno(out), source_mode) != 0)) {
+        if (in != nullptr) std::fclose(in);
+        if (out != nullptr) std::fclose(out);
         jpeg_destroy_compress(&dst);
         jpeg_destroy_decompress(&src);
         return 0;
@@ -146,8 +158,8 @@ TWord Run(const char *src_name, const char *dst_name, const Request &rq, bool *c
     jvirt_barray_ptr *dst_coefs = jx::AdjustParameters(&src, &dst, src_coefs, &opt);
     dst.optimize_coding = TRUE;
 
-    // Stage 4: the destination is opened only once the source is read.
-    out = OpenDestination(dst_name, rq.exclusive, mode, created);
+    // Stage 4: any other destination is opened only once the source is read.
+    if (out == nullptr) out = OpenDestination(dst_name, false, mode, created);
     if (out == nullptr) {
         jpeg_destroy_compress(&dst);
         jpeg_destroy_decompress(&src);
