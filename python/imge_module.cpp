@@ -5,10 +5,12 @@
 #include <pybind11/stl.h>
 
 #include <cstring>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "libimge.h"
+#include "libtools.h"
 
 namespace py = pybind11;
 using namespace py::literals;
@@ -68,30 +70,44 @@ IMG_BITMAP wrap(const py::array &a) {
     return b;
 }
 
-// Runs op in place on `out`, or on a new copy of `a` when out is None.
+// Runs op on a bitmap over `a` into a new bitmap and copies that into a new
+// array, or into `out` (which may be `a`) when it has the result's shape: a
+// refused call leaves everything unchanged.
 template <class F> py::array run(py::array a, py::object out, F op) {
-    wrap(a);
-    py::array target;
-    if (out.is_none()) {
-        target = py::array(py::dtype::of<uint8_t>(), std::vector<py::ssize_t>(a.shape(), a.shape() + a.ndim()));
-        target[py::make_tuple(py::ellipsis())] = a;
-    } else {
-        target = out.cast<py::array>();
-        if (!target.writeable()) throw py::type_error("imge: out must be writeable");
-        if (!target.equal(a) && target.ptr() != a.ptr()) {
-            wrap(target);
-            if (target.ndim() != a.ndim() || !std::equal(a.shape(), a.shape() + a.ndim(), target.shape()))
-                throw py::type_error("imge: out must have the shape of a");
-            target[py::make_tuple(py::ellipsis())] = a;
-        }
-    }
-    IMG_BITMAP b = wrap(target);
+    IMG_BITMAP b = wrap(a);
+    IMG_BITMAP *d = nullptr;
     IMG_ERROR e;
     {
         py::gil_scoped_release nogil;
-        e = op(&b);
+        e = op(&b, &d);
     }
-    if (e != IMG_NO_ERROR) raise(e);
+    if (e != IMG_NO_ERROR || !d) {
+        if (d) imgFreeBitmap(d);
+        raise(e != IMG_NO_ERROR ? e : IMG_UNKNOWN_ERROR);
+    }
+    std::unique_ptr<IMG_BITMAP, void (*)(IMG_BITMAP *)> hold(d, imgFreeBitmap);
+    const int c = d->BytesPerPixel;
+    std::vector<py::ssize_t> shape{d->Height, d->Width};
+    if (c != 1) shape.push_back(c);
+    py::array target;
+    if (out.is_none()) {
+        target = py::array(py::dtype::of<uint8_t>(), shape);
+    } else {
+        target = out.cast<py::array>();
+        wrap(target);
+        if (!target.writeable() || target.ndim() != static_cast<py::ssize_t>(shape.size()) ||
+            !std::equal(shape.begin(), shape.end(), target.shape()))
+            throw py::type_error("imge: out must be a writeable array of the result's shape");
+    }
+    IMG_BITMAP t = wrap(target);
+    {
+        py::gil_scoped_release nogil;
+        for (int y = 0; y < d->Height; ++y) {
+            const int sy = (d->Origin & IMG_BOTTOM) ? d->Height - 1 - y : y;
+            std::memcpy(t.Data + static_cast<size_t>(y) * t.BytesPerLine,
+                        d->Data + static_cast<size_t>(sy) * d->BytesPerLine, static_cast<size_t>(d->Width) * c);
+        }
+    }
     return target;
 }
 
@@ -112,11 +128,11 @@ std::vector<IMG_POINT> points(const std::vector<std::pair<int, int>> &p) {
 #define OPT py::arg("out") = py::none()
 // Operation without parameters.
 #define OP0(name, fn, doc) \
-    m.def(name, [](py::array a, py::object out) { return run(a, out, [](IMG_BITMAP *b) { return fn(b, nullptr); }); }, \
+    m.def(name, [](py::array a, py::object out) { return run(a, out, [](IMG_BITMAP *b, IMG_BITMAP **d) { return fn(b, d); }); }, \
           doc, "a"_a, OPT)
 // Operation with one integer parameter.
 #define OP1(name, fn, p, doc) \
-    m.def(name, [](py::array a, int v, py::object out) { return run(a, out, [v](IMG_BITMAP *b) { return fn(b, nullptr, v); }); }, \
+    m.def(name, [](py::array a, int v, py::object out) { return run(a, out, [v](IMG_BITMAP *b, IMG_BITMAP **d) { return fn(b, d, v); }); }, \
           doc, "a"_a, py::arg(p), OPT)
 
 PYBIND11_MODULE(_imge, m) {
@@ -139,11 +155,11 @@ class Error(ValueError):
     OP0("negative", imgNegative, "Negative of every colour component.");
     OP1("brightness", imgBrightness, "brightness", "Brightness shift, brightness in -100..100 (percent).");
     OP1("contrast", imgContrast, "contrast", "Contrast change, contrast in -100..100 (percent).");
-    m.def("gamma", [](py::array a, double g, py::object out) { return run(a, out, [g](IMG_BITMAP *b) { return imgGamma(b, nullptr, g); }); },
+    m.def("gamma", [](py::array a, double g, py::object out) { return run(a, out, [g](IMG_BITMAP *b, IMG_BITMAP **d) { return imgGamma(b, d, g); }); },
           "Gamma correction, gamma in 0.01..10 (1 = unchanged).", "a"_a, "gamma"_a, OPT);
     OP0("log_correction", imgLogCorrection, "Logarithmic tone correction.");
     m.def("adjust", [](py::array a, int br, int co, double g, py::object out) {
-              return run(a, out, [=](IMG_BITMAP *b) { return imgAdjust(b, nullptr, br, co, g); }); },
+              return run(a, out, [=](IMG_BITMAP *b, IMG_BITMAP **d) { return imgAdjust(b, d, br, co, g); }); },
           "Brightness (-100..100), contrast (-100..100) and gamma (0.01..10) in one pass.",
           "a"_a, "brightness"_a, "contrast"_a, "gamma"_a, OPT);
     OP0("normalize", imgNormalize, "Stretches the range of the picture to 0..255.");
@@ -153,7 +169,7 @@ class Error(ValueError):
     OP0("automatic_levels", imgAutomaticLevels, "Automatic levels.");
     m.def("balance", [](py::array a, std::vector<int> c, py::object out) {
               IMG_COLOR k = color(c);
-              return run(a, out, [k](IMG_BITMAP *b) { return imgBalance(b, nullptr, &k); }); },
+              return run(a, out, [k](IMG_BITMAP *b, IMG_BITMAP **d) { return imgBalance(b, d, &k); }); },
           "Colour balance towards colour (r, g, b), components 0..255.", "a"_a, "color"_a, OPT);
     m.def("convolve", [](py::array a, std::vector<std::vector<int>> k, int divisor, int bias, py::object out) {
               IMG_FILTER f;
@@ -166,7 +182,7 @@ class Error(ValueError):
               }
               f.Divisor = static_cast<IMG_INT16>(divisor);
               f.Bias = static_cast<IMG_INT16>(bias);
-              return run(a, out, [f](IMG_BITMAP *b) { return imgConvolve(b, nullptr, &f); }); },
+              return run(a, out, [f](IMG_BITMAP *b, IMG_BITMAP **d) { return imgConvolve(b, d, &f); }); },
           "Convolution with a square kernel (1..7 rows of integers), divided by divisor, plus bias.",
           "a"_a, "kernel"_a, "divisor"_a = 1, "bias"_a = 0, OPT);
     OP0("enhance_detail", imgEnhanceDetail, "3x3 detail enhancement.");
@@ -196,34 +212,34 @@ class Error(ValueError):
               return n; },
           "Number of distinct colours.", "a"_a);
     m.def("adjust_hls", [](py::array a, int h, int l, int s, py::object out) {
-              return run(a, out, [=](IMG_BITMAP *b) { return imgAdjustHLS(b, nullptr, h, l, s); }); },
+              return run(a, out, [=](IMG_BITMAP *b, IMG_BITMAP **d) { return imgAdjustHLS(b, d, h, l, s); }); },
           "Hue shift h (100 = a full turn), lightness l and saturation s in percent (-100..100).",
           "a"_a, "h"_a, "l"_a, "s"_a, OPT);
     OP1("sepia", imgSepia, "percent", "Sepia, percent in 0..100.");
     m.def("sepia_ex", [](py::array a, int p, std::vector<int> c, py::object out) {
               IMG_COLOR k = color(c);
-              return run(a, out, [=](IMG_BITMAP *b) { return imgSepiaEx(b, nullptr, p, &k); }); },
+              return run(a, out, [=](IMG_BITMAP *b, IMG_BITMAP **d) { return imgSepiaEx(b, d, p, &k); }); },
           "Blend towards grey by percent (0..100), tinted towards color (r, g, b).", "a"_a, "percent"_a, "color"_a, OPT);
     m.def("draw_point", [](py::array a, int x, int y, unsigned w, std::vector<int> c, py::object out) {
               IMG_COLOR k = color(c);
-              return run(a, out, [=](IMG_BITMAP *b) { return imgDrawPointColor(b, x, y, w, &k, nullptr); }); },
+              return run(a, out, [=](IMG_BITMAP *b, IMG_BITMAP **d) { return imgDrawPointColor(b, x, y, w, &k, d); }); },
           "Point at (x, y), pen width 1..13, colour (r, g, b[, a]).", "a"_a, "x"_a, "y"_a, "width"_a, "color"_a, OPT);
     m.def("draw_line", [](py::array a, int x0, int y0, int x1, int y1, unsigned w, std::vector<int> c, unsigned st, py::object out) {
               IMG_COLOR k = color(c);
-              return run(a, out, [=](IMG_BITMAP *b) { return imgDrawLineColor(b, x0, y0, x1, y1, w, &k, st, nullptr); }); },
+              return run(a, out, [=](IMG_BITMAP *b, IMG_BITMAP **d) { return imgDrawLineColor(b, x0, y0, x1, y1, w, &k, st, d); }); },
           "Line, pen width 1..13, style 0 solid .. 4 dash-dot-dot.",
           "a"_a, "x0"_a, "y0"_a, "x1"_a, "y1"_a, "width"_a, "color"_a, "style"_a = 0, OPT);
     m.def("draw_polyline", [](py::array a, std::vector<std::pair<int, int>> p, unsigned w, std::vector<int> c, unsigned st, py::object out) {
               IMG_COLOR k = color(c);
               auto v = points(p);
-              return run(a, out, [&](IMG_BITMAP *b) { return imgDrawPolylineColor(b, v.data(), static_cast<int>(v.size()), w, &k, st, nullptr); }); },
+              return run(a, out, [&](IMG_BITMAP *b, IMG_BITMAP **d) { return imgDrawPolylineColor(b, v.data(), static_cast<int>(v.size()), w, &k, st, d); }); },
           "Polyline through [(x, y), ...].", "a"_a, "points"_a, "width"_a, "color"_a, "style"_a = 0, OPT);
     m.def("draw_rectangle", [](py::array a, int x, int y, int wd, int ht, py::object fill, unsigned w, py::object line, unsigned st, py::object out) {
               IMG_COLOR f{}, l{};
               bool hf = !fill.is_none(), hl = !line.is_none();
               if (hf) f = color(fill.cast<std::vector<int>>());
               if (hl) l = color(line.cast<std::vector<int>>());
-              return run(a, out, [=](IMG_BITMAP *b) { return imgDrawRectangleColor(b, x, y, wd, ht, hf ? &f : nullptr, w, hl ? &l : nullptr, st, nullptr); }); },
+              return run(a, out, [=](IMG_BITMAP *b, IMG_BITMAP **d) { return imgDrawRectangleColor(b, x, y, wd, ht, hf ? &f : nullptr, w, hl ? &l : nullptr, st, d); }); },
           "Rectangle at (x, y) of width x height; fill/line colour or None.",
           "a"_a, "x"_a, "y"_a, "width"_a, "height"_a, "fill"_a = py::none(), "line_width"_a = 1,
           "line"_a = py::none(), "style"_a = 0, OPT);
@@ -232,7 +248,7 @@ class Error(ValueError):
               bool hf = !fill.is_none(), hl = !line.is_none();
               if (hf) f = color(fill.cast<std::vector<int>>());
               if (hl) l = color(line.cast<std::vector<int>>());
-              return run(a, out, [=](IMG_BITMAP *b) { return imgDrawCircleColor(b, x, y, r, hf ? &f : nullptr, w, hl ? &l : nullptr, st, nullptr); }); },
+              return run(a, out, [=](IMG_BITMAP *b, IMG_BITMAP **d) { return imgDrawCircleColor(b, x, y, r, hf ? &f : nullptr, w, hl ? &l : nullptr, st, d); }); },
           "Circle at (x, y) of radius; fill/line colour or None.",
           "a"_a, "x"_a, "y"_a, "radius"_a, "fill"_a = py::none(), "line_width"_a = 1,
           "line"_a = py::none(), "style"_a = 0, OPT);
@@ -242,7 +258,7 @@ class Error(ValueError):
               if (hf) f = color(fill.cast<std::vector<int>>());
               if (hl) l = color(line.cast<std::vector<int>>());
               auto v = points(p);
-              return run(a, out, [&](IMG_BITMAP *b) { return imgDrawPolygonColor(b, v.data(), static_cast<int>(v.size()), hf ? &f : nullptr, w, hl ? &l : nullptr, st, nullptr); }); },
+              return run(a, out, [&](IMG_BITMAP *b, IMG_BITMAP **d) { return imgDrawPolygonColor(b, v.data(), static_cast<int>(v.size()), hf ? &f : nullptr, w, hl ? &l : nullptr, st, d); }); },
           "Polygon through [(x, y), ...]; fill/line colour or None.",
           "a"_a, "points"_a, "fill"_a = py::none(), "line_width"_a = 1, "line"_a = py::none(), "style"_a = 0, OPT);
     m.def("jpeg_lossless_transform", [](const std::string &path, int transform) {
