@@ -4,6 +4,7 @@
     big = da.from_array(picture, chunks=(1000, 1000, 3))
     out = imge.dask.apply(big, "gaussian_blur", 7).compute()
 """
+import functools
 import os
 
 import imge
@@ -25,6 +26,10 @@ _POINT = {"negative", "brightness", "contrast", "gamma", "log_correction", "adju
           "swap_colors", "adjust_hls", "sepia", "sepia_ex"}
 
 
+def _call(name, args, kwargs, b):
+    return getattr(imge, name)(b, *args, **kwargs)
+
+
 def apply(darr, name, *args, **kwargs):
     """Runs imge.<name>(block, *args) over the chunks of a uint8 dask array
     (H x W, H x W x 3 or H x W x 4) with the same result as the single call on
@@ -34,8 +39,7 @@ def apply(darr, name, *args, **kwargs):
     if fn is None:
         raise ValueError(f"imge has no operation {name!r}")
 
-    def block(b):
-        return fn(b, *args, **kwargs)
+    block = functools.partial(_call, name, args, kwargs)  # pickles by name
 
     if name in _POINT:
         return darr.map_blocks(block, dtype="uint8")
