@@ -103,6 +103,57 @@ IMG_API int EXIFSetOrientation(IMF_METADATAENTRY *entry, int orientation);
 /* Fills `info` when the APP1 data holds a JPEG thumbnail; non-zero then. */
 IMG_API int EXIFThumbGet(const void *app1_data, TLong length, EXIFThumbInfo *info);
 
+/* ---- Loading and saving image files ------------------------------------------- */
+
+/* Options of imgLoadBitmapEx; a null pointer means all zero. */
+typedef struct {
+    IMG_INT32 AcceptDamaged; /* non-zero: a JPEG with corrupt or missing data loads
+                                as far as it decodes instead of failing */
+    IMG_INT32 AutoOrient;    /* non-zero: pixels turned upright by the EXIF
+                                orientation, which then reads 1 */
+} IMG_LOAD_OPTIONS;
+
+/* Options of imgSaveBitmap; a null pointer means all zero. */
+typedef struct {
+    IMG_INT32 Quality;     /* JPEG quality 1..100, 0 = 90 */
+    IMG_INT32 Subsampling; /* JPEG chroma sampling 444, 422 or 420; 0 = 420 */
+    IMG_INT32 Progressive; /* non-zero: progressive JPEG */
+} IMG_SAVE_OPTIONS;
+
+/* Loads a PNG, JPEG or binary PNM file (told apart by its first bytes) into a
+ * new bitmap for *out (release with imgFreeBitmap): grey files as IMG_GREY,
+ * palette PNGs as IMG_COLORS, files with alpha as IMG_RGBA, the rest IMG_RGB.
+ * EXIF, XMP, IPTC and ICC blocks go into the MetaData chain, the resolution
+ * into Xdpi/Ydpi. On failure *out is null and the result says why
+ * (IMG_ERROR_FILE_OPEN, IMG_ERROR_FILE_READ for damaged or cut data,
+ * IMG_ERROR_UNKNOWN_FORMAT, IMG_ERROR_NO_MEMORY, IMG_ERROR_BAD_PARAMETERS). */
+IMG_API IMG_ERROR imgLoadBitmap(const char *path, IMG_BITMAP **out);
+IMG_API IMG_ERROR imgLoadBitmapEx(const char *path, const IMG_LOAD_OPTIONS *opt, IMG_BITMAP **out);
+/* imgLoadBitmapEx that also writes a one-line reason for a failure (the
+ * decoder's own words, such as libjpeg's "Premature end of JPEG file") into
+ * `message` (capacity bytes, always terminated; empty on success). */
+IMG_API IMG_ERROR imgLoadBitmapMessage(const char *path, const IMG_LOAD_OPTIONS *opt,
+                                       IMG_BITMAP **out, char *message, IMG_INT32 capacity);
+
+/* Saves `b` in the format of the name's extension: .png, .jpg/.jpeg,
+ * .pnm/.ppm/.pgm/.pbm (binary P5 or P6). Every bitmap type is accepted
+ * (converted to what the format holds). The metadata chain and the
+ * resolution are written in the format's own containers (PNG: eXIf, iTXt
+ * XMP, iCCP, pHYs; JPEG: APP1, APP2, APP13, JFIF); EXIF pixel dimensions that
+ * differ from the bitmap's are rewritten and the EXIF thumbnail then dropped.
+ * The file is written under a scratch name and renamed into place, so a
+ * failure never leaves a partial file. */
+IMG_API IMG_ERROR imgSaveBitmap(const char *path, const IMG_BITMAP *b, const IMG_SAVE_OPTIONS *opt);
+/* imgSaveBitmap with a one-line reason for a failure, as imgLoadBitmapMessage. */
+IMG_API IMG_ERROR imgSaveBitmapMessage(const char *path, const IMG_BITMAP *b,
+                                       const IMG_SAVE_OPTIONS *opt, char *message,
+                                       IMG_INT32 capacity);
+/* The chroma sampling of a JPEG file (444, 422, 420, 440, 411 or 0 for grey
+ * and anything else) in *subsampling. */
+IMG_API IMG_ERROR imgGetJpegSubsampling(const char *path, IMG_INT32 *subsampling);
+/* A one-line English text for a result code (never null). */
+IMG_API const char *imgErrorString(IMG_ERROR code);
+
 #ifdef __cplusplus
 }
 #endif
