@@ -19,22 +19,8 @@ namespace {
 
 py::object g_error;
 
-const char *error_text(IMG_ERROR e) {
-    switch (e) {
-    case IMG_ERROR_FILE_OPEN: return "cannot open the file";
-    case IMG_ERROR_FILE_READ: return "cannot read the file";
-    case IMG_ERROR_FILE_CREATE: return "cannot create the file";
-    case IMG_ERROR_FILE_WRITE: return "cannot write the file";
-    case IMG_ERROR_NO_MEMORY: return "out of memory";
-    case IMG_ERROR_UNKNOWN_FORMAT: return "unknown file format";
-    case IMG_ERROR_BAD_BITMAP: return "bad bitmap";
-    case IMG_ERROR_BAD_PARAMETERS: return "bad parameters";
-    default: return "the operation failed";
-    }
-}
-
 [[noreturn]] void raise(IMG_ERROR e) {
-    py::object exc = g_error(std::string(error_text(e)) + " (code " + std::to_string(e) + ")", e);
+    py::object exc = g_error(std::string(imgErrorString(e)) + " (code " + std::to_string(e) + ")", e);
     PyErr_SetObject(g_error.ptr(), exc.ptr());
     throw py::error_already_set();
 }
@@ -261,6 +247,41 @@ class Error(ValueError):
               return run(a, out, [&](IMG_BITMAP *b, IMG_BITMAP **d) { return imgDrawPolygonColor(b, v.data(), static_cast<int>(v.size()), hf ? &f : nullptr, w, hl ? &l : nullptr, st, d); }); },
           "Polygon through [(x, y), ...]; fill/line colour or None.",
           "a"_a, "points"_a, "fill"_a = py::none(), "line_width"_a = 1, "line"_a = py::none(), "style"_a = 0, OPT);
+    m.def("load", [](const std::string &path) {
+              IMG_BITMAP *d = nullptr;
+              IMG_ERROR e;
+              { py::gil_scoped_release nogil; e = imgLoadBitmap(path.c_str(), &d); }
+              if (e != IMG_NO_ERROR || !d) { if (d) imgFreeBitmap(d); raise(e ? e : IMG_UNKNOWN_ERROR); }
+              std::unique_ptr<IMG_BITMAP, void (*)(IMG_BITMAP *)> hold(d, imgFreeBitmap);
+              const int c = d->Type == IMG_GREY ? 1 : (d->Type & (IMG_RGB | IMG_BGR)) ? 3 : (d->Type & (IMG_RGBA | IMG_BGRA)) ? 4 : 0;
+              if (!c || d->BitsPerComponent != 8) raise(IMG_ERROR_UNKNOWN_FORMAT);
+              std::vector<py::ssize_t> shape{d->Height, d->Width};
+              if (c != 1) shape.push_back(c);
+              py::array_t<uint8_t> r(shape);
+              uint8_t *o = r.mutable_data();
+              const bool bgr = d->Type & (IMG_BGR | IMG_BGRA);
+              for (int y = 0; y < d->Height; ++y) {
+                  const int sy = (d->Origin & IMG_BOTTOM) ? d->Height - 1 - y : y;
+                  const uint8_t *row = d->Data + static_cast<size_t>(sy) * d->BytesPerLine;
+                  uint8_t *dst = o + static_cast<size_t>(y) * d->Width * c;
+                  std::memcpy(dst, row, static_cast<size_t>(d->Width) * c);
+                  if (bgr) for (int x = 0; x < d->Width; ++x) std::swap(dst[x * c], dst[x * c + 2]);
+              }
+              return r; },
+          "Loads a picture file (JPEG, PNG, PNM, ...) as an H x W, H x W x 3 or H x W x 4 uint8 array.", "path"_a);
+    m.def("save", [](const std::string &path, py::array a, int quality, int subsampling, bool progressive) {
+              IMG_BITMAP b = wrap(a);
+              IMG_SAVE_OPTIONS o;
+              std::memset(&o, 0, sizeof o);
+              o.Quality = quality;
+              o.Subsampling = subsampling;
+              o.Progressive = progressive;
+              IMG_ERROR e;
+              { py::gil_scoped_release nogil; e = imgSaveBitmap(path.c_str(), &b, &o); }
+              if (e != IMG_NO_ERROR) raise(e); },
+          "Saves the array to path in the format of its extension; JPEG quality 1..100 (0 = 90), "
+          "subsampling 444, 422 or 420 (0 = 420), progressive.",
+          "path"_a, "a"_a, "quality"_a = 0, "subsampling"_a = 0, "progressive"_a = false);
     m.def("jpeg_lossless_transform", [](const std::string &path, int transform) {
               IMG_ERROR e;
               { py::gil_scoped_release nogil; e = imgJpegLosslessTransform(path.c_str(), static_cast<IMG_LOSSLESS_TRANSFORM>(transform)); }
