@@ -36,3 +36,16 @@ def test_full_size_gaussian_blur_on_4x4_chunks(client):
 def test_whole_picture_operations_refused():
     with pytest.raises(ValueError, match="whole picture"):
         imge.dask.apply(da.from_array(SMALL), "equalize")
+
+
+def test_files_and_batch_of_20(client, tmp_path):
+    paths = []
+    for i in range(20):
+        paths.append(str(tmp_path / f"p{i}.png"))
+        imge.save(paths[-1], BIG[i * 10:i * 10 + 60, :80])
+    written = imge.dask.batch(paths, [("gaussian_blur", 5), ("negative",)], str(tmp_path / "out"), client=client)
+    for p, w in zip(paths, written):
+        assert (imge.load(w) == imge.negative(imge.gaussian_blur(imge.load(p), 5))).all()
+    imge.save(str(tmp_path / "a.jpg"), BIG[:64, :96], quality=90)
+    imge.jpeg_lossless_transform(str(tmp_path / "a.jpg"), str(tmp_path / "b.jpg"), 1)
+    assert imge.load(str(tmp_path / "b.jpg")).shape == (96, 64, 3)
