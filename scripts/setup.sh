@@ -4,7 +4,8 @@
 set -euo pipefail
 packages=(cmake make g++ pkg-config libjpeg62-turbo-dev libhwy-dev libpng-dev
           libgtest-dev libbenchmark-dev libopencv-imgproc-dev libjpeg-turbo-progs
-          libimage-exiftool-perl python3-numpy python3-pil)
+          libimage-exiftool-perl pybind11-dev python3-dev python3-numpy python3-pytest
+          python3-dask python3-distributed python3-opencv python3-pil)
 packages+=("$@")
 missing=()
 for p in "${packages[@]}"; do
