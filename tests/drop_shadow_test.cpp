@@ -146,45 +146,4 @@ TEST(DropShadow, SmallImagesAreCopied) {
     EXPECT_EQ(std::memcmp(Pixel(*part.get(), 0, 0), Pixel(*src.get(), 10, 20), 90), 0);
 }
 
-TEST(DropShadow, BadInputIsRefusedWithNothingChanged) {
-    std::mt19937 rng(4);
-    struct Case { unsigned type; int bits; TLong size, depth, keep; IMF_ERROR rc; };
-    const Case cases[] = {
-        {IMF_RGB, 0, -1, 0, 0, IMF_ERRBADPARAMS},      {IMF_RGB, 0, 0, -1, 0, IMF_ERRBADPARAMS},
-        {IMF_RGB, 0, INT_MIN, 3, 0, IMF_ERRBADPARAMS}, {IMF_RGB, 0, 10, 10, 1, IMF_ERRBADPARAMS},
-        {IMF_RGB, 0, 13, 0, 1, IMF_ERRBADPARAMS},      {IMF_BINARY, 0, 2, 2, 0, IMF_ERRBADBITMAP},
-        {IMF_RGB, 0, INT_MAX, INT_MAX, 0, IMF_ERRMEMORY},
-    };
-    for (const Case &c : cases) {
-        OwnedImf src, before;
-        testing_support::MakeRandom(rng, c.type, 70, 64, 1, &src);
-        Clone(*src.get(), &before);
-        IMF_BITMAP dst;
-        std::memset(&dst, 0x5A, sizeof dst);
-        const IMF_BITMAP dst_before = dst;
-        EXPECT_EQ(imfDropShadow(src.get(), &dst, nullptr, c.size, c.depth, c.keep), c.rc) << c.size << " " << c.depth;
-        EXPECT_EQ(std::memcmp(&dst, &dst_before, sizeof dst), 0);
-        EXPECT_EQ(imfDropShadow(src.get(), nullptr, nullptr, c.size, c.depth, c.keep), c.rc);
-        EXPECT_EQ(Diff(*src.get(), *before.get()), "");
-    }
-    OwnedImf deep;
-    ASSERT_NE(imfAllock(deep.get(), IMF_GREY, 1, 70, 70), 0);
-    deep->BitsPerComponent = 16;
-    EXPECT_EQ(imfDropShadow(deep.get(), nullptr, nullptr, 1, 1, 0), IMF_ERRBADBITMAP);
-}
-
-TEST(DropShadow, PublicEntryPoint) {
-    IMG_BITMAP *img = imgCreateBitmap(IMG_RGB, 100, 80);
-    ASSERT_NE(img, nullptr);
-    IMG_BITMAP *out = nullptr;
-    ASSERT_EQ(imgDropShadow(img, &out, 4, 6, 0), IMG_NO_ERROR);
-    ASSERT_NE(out, nullptr);
-    EXPECT_EQ(out->Width, 132);
-    EXPECT_EQ(out->Height, 112);
-    ASSERT_EQ(imgDropShadow(img, nullptr, 4, 6, 1), IMG_NO_ERROR);
-    EXPECT_EQ(img->Width, 100);
-    imgFreeBitmap(out);
-    imgFreeBitmap(img);
-}
-
 }  // namespace
