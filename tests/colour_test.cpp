@@ -66,47 +66,6 @@ TEST(ChannelOps, StatedValues) {
     EXPECT_NE(gd->Data, g->Data);
 }
 
-// Rows of only mid-tones (passed through whole vectors), only shadows, only
-// highlights, and mixtures; widths across several vector lengths with every
-// tail; in place, with a destination, with an area.
-void CheckShadowHighlightVectors(unsigned seed) {
-    std::mt19937 rng(seed);
-    for (unsigned type : {IMF_RGB, IMF_BGR, IMF_RGBA, IMF_ARGB}) {
-        for (int w = 1; w < 300; w += 11) {
-            OwnedImf src;
-            MakeRandom(rng, type, w, 5, 1 + static_cast<int>(rng() % 4), &src);
-            const int bpp = src->BytesPerPixel;
-            for (int x = 0; x < w; ++x) {
-                TUbyte *row[4];
-                for (int y = 0; y < 4; ++y) row[y] = src->Data + y * src->BytesPerLine + x * bpp;
-                for (int k = 0; k < 3; ++k) {
-                    row[0][k] = static_cast<TUbyte>(90 + rng() % 70);  // luminance 90..159
-                    row[1][k] = static_cast<TUbyte>(rng() % 60);
-                    row[2][k] = static_cast<TUbyte>(200 + rng() % 56);
-                    if (rng() % 9 == 0) row[3][k] = static_cast<TUbyte>(rng() % 30);  // a dark pixel now and then
-                    else row[3][k] = static_cast<TUbyte>(100 + rng() % 40);
-                }
-            }
-            const IMF_RECT all{0, 0, w, 5};
-            const IMF_RECT part{w / 4, 1, w - w / 3, 3};
-            for (int variant = 0; variant < 3; ++variant) {
-                SCOPED_TRACE(TypeName(type) + " " + std::to_string(w) + " variant " + std::to_string(variant));
-                OwnedImf work, want, dst;
-                Clone(src.b, &work);
-                Clone(src.b, &want);
-                const IMF_RECT &r = variant == 2 ? part : all;
-                reference::ShadowHighlight(want.get(), r, 60, -80);
-                ASSERT_EQ(imfAdjustShadowHighlight(work.get(), variant ? dst.get() : nullptr,
-                                                   variant == 2 ? &r : nullptr, 60, -80),
-                          IMF_NOERROR);
-                EXPECT_EQ(Diff(variant ? dst.b : work.b, want.b), "");
-            }
-        }
-    }
-}
-
-TEST(ChannelOps, ShadowHighlightVectorsOfEveryClassAndTail) { CheckShadowHighlightVectors(41); }
-
 // Widths across several vector lengths with every tail.
 void CheckExtraction(unsigned seed) {
     std::mt19937 rng(seed);
@@ -271,51 +230,6 @@ TEST(Hls, StatedValues) {
     EXPECT_EQ(abgr.b->Data[1], argb.b->Data[3]);
 }
 
-void Randomise(std::mt19937 &rng, IMG_BITMAP *b) {
-    for (IMG_UINT32 i = 0; i < b->BytesPerLine * static_cast<IMG_UINT32>(b->Height); ++i)
-        b->Data[i] = static_cast<IMG_UINT8>(rng());
-}
-
-void CheckHlsOnRandomBitmaps(unsigned seed, int rounds) {
-    const IMG_BITMAP_TYPE types[7] = {IMG_RGB, IMG_RGBA, IMG_CMYK, IMG_BGR, IMG_BGRA, IMG_ARGB, IMG_ABGR};
-    std::mt19937 rng(seed);
-    for (int round = 0; round < rounds; ++round) {
-        Img img(imgCreateBitmap(types[round % 7], 1 + static_cast<int>(rng() % 70), 1 + static_cast<int>(rng() % 20)));
-        Randomise(rng, img.b);
-        // Few distinct colours in some rounds, so that remembered results are reused.
-        if (round % 2) for (IMG_UINT32 i = 0; i < img.b->BytesPerLine * img.b->Height; ++i) img.b->Data[i] &= 0xE0;
-        const int h = static_cast<int>(rng() % 601) - 300, l = static_cast<int>(rng() % 241) - 120,
-                  s = static_cast<int>(rng() % 241) - 120;
-        Img want(imgCloneBitmap(img.b));
-        reference::AdjustHls(want.b, h, l, s);
-        IMG_BITMAP *out = nullptr;
-        ASSERT_EQ(imgAdjustHLS(img.b, &out, h, l, s), IMG_NO_ERROR);
-        Img owned(out);
-        ASSERT_NE(out, nullptr);
-        EXPECT_NE(out, img.b);
-        EXPECT_EQ(std::memcmp(out->Data, want.b->Data, want.b->BytesPerLine * want.b->Height), 0)
-            << h << " " << l << " " << s;
-        ASSERT_EQ(imgAdjustHLS(img.b, nullptr, h, l, s), IMG_NO_ERROR);
-        EXPECT_EQ(std::memcmp(img.b->Data, want.b->Data, want.b->BytesPerLine * want.b->Height), 0);
-    }
-    // Hue increments at and beside the largest handled in vectors (ten turns).
-    for (int h : {1000, -1000, 1001, -1001, 999}) {
-        Img img(imgCreateBitmap(IMG_BGRA, 77, 3));
-        Randomise(rng, img.b);
-        Img want(imgCloneBitmap(img.b));
-        reference::AdjustHls(want.b, h, 3, -7);
-        ASSERT_EQ(imgAdjustHLS(img.b, nullptr, h, 3, -7), IMG_NO_ERROR);
-        EXPECT_EQ(std::memcmp(img.b->Data, want.b->Data, img.b->BytesPerLine * img.b->Height), 0) << h;
-    }
-    // Huge hue increments: the hue is brought back by whole turns, exactly.
-    Img big(imgCreateBitmap(IMG_RGB, 40, 2));
-    Randomise(rng, big.b);
-    Img want(imgCloneBitmap(big.b));
-    reference::AdjustHls(want.b, 2000003, 0, 0);
-    ASSERT_EQ(imgAdjustHLS(big.b, nullptr, 2000003, 0, 0), IMG_NO_ERROR);
-    EXPECT_EQ(std::memcmp(big.b->Data, want.b->Data, big.b->BytesPerLine * big.b->Height), 0);
-}
-
 TEST(Sepia, StatedValues) {
     struct Case { int percent; std::vector<IMG_UINT8> in, out; } plain[] = {
         {0, {255, 0, 0}, {76, 76, 76}}, {100, {255, 0, 0}, {140, 108, 76}},
@@ -344,18 +258,6 @@ TEST(Sepia, StatedValues) {
 
 // The vector paths on every vector target this machine can run (the best
 // one is chosen otherwise, so the narrower ones would go untested).
-TEST(PublicColour, VectorPathsMatchTheReferencesOnEveryTarget) {
-    for (int64_t target : hwy::SupportedAndGeneratedTargets()) {
-        hwy::SetSupportedTargetsForTest(target);
-        SCOPED_TRACE(hwy::TargetName(target));
-        const unsigned seed = static_cast<unsigned>(target % 1000);
-        CheckShadowHighlightVectors(seed + 1);
-        CheckExtraction(seed + 5);
-        CheckHlsOnRandomBitmaps(seed + 3, 30);
-        if (HasFailure()) break;
-    }
-    hwy::SetSupportedTargetsForTest(0);
-}
 
 // ---- Noise --------------------------------------------------------------------
 

@@ -201,53 +201,14 @@ namespace {
 // The truncated product with the reciprocal equals the truncated quotient
 // for every numerator the vector paths can meet (|a| + |d| <= 2^22); only
 // numerators next to a multiple of d can go wrong, so those are all tried.
-TEST(LinearFilters, ReciprocalProductTruncatesLikeTheQuotient) {
-    std::mt19937 rng(40);
-    std::vector<int64_t> divisors;
-    for (int64_t d = 1; d <= 24; ++d) divisors.push_back(d);
-    for (int r = 0; r < 100; ++r) divisors.push_back(std::uniform_int_distribution<int64_t>(25, 1 << 21)(rng));
-    const int64_t limit = int64_t{1} << 22;
-    for (int64_t d : divisors) {
-        for (int64_t sd : {d, -d}) {
-            const float c = imge::RecipOf(sd);
-            for (int64_t k = 0; k * d <= limit; ++k)
-                for (int64_t a : {k * d - 1, k * d, k * d + 1, -k * d - 1, -k * d, -k * d + 1}) {
-                    if ((a < 0 ? -a : a) + d > limit) continue;
-                    volatile float x = static_cast<float>(a) * c;
-                    ASSERT_EQ(static_cast<int64_t>(static_cast<int32_t>(x)), a / sd) << a << " / " << sd;
-                }
-        }
-    }
-}
 
 }  // namespace
 
 namespace {
 
-TEST(LinearFilters, SixteenBitDivisionIsExactBelowTwoToTheFifteen) {
-    std::mt19937 rng(41);
-    std::vector<uint32_t> divisors;
-    for (uint32_t d = 1; d <= 300; ++d) divisors.push_back(d);
-    for (int r = 0; r < 60; ++r) divisors.push_back(std::uniform_int_distribution<uint32_t>(301, 32767)(rng));
-    divisors.push_back(32767);
-    divisors.push_back(16384);
-    for (uint32_t d : divisors) {
-        const imge::LinearPlan::Div16 v = imge::MakeDiv16(d);
-        for (uint32_t x = 0; x < 32768; ++x) ASSERT_EQ(imge::ApplyDiv16(v, x), x / d) << x << " / " << d;
-    }
-}
-
 }  // namespace
 
 namespace {
-
-TEST(LinearFilters, BoxDivisionInSixteenBitsIsExactForEveryBox) {
-    for (int n = 2; n <= 15; ++n) {
-        const imge::BoxDivision div = imge::MakeBoxDivision(n);
-        const uint32_t d = static_cast<uint32_t>(n * n);
-        for (uint32_t x = 0; x <= 255 * d; ++x) ASSERT_EQ(imge::ApplyBoxDivision(div, x), x / d) << x << " / " << d;
-    }
-}
 
 }  // namespace
 
@@ -255,20 +216,5 @@ namespace {
 
 // Every percentage around the ranges the vector paths take (16-bit, single
 // precision, plain), on rows wide enough for every vector width.
-TEST(LinearFilters, SharpenMatchesTheReferenceAcrossItsPathRanges) {
-    std::mt19937 rng(50);
-    OwnedImf src;
-    testing_support::MakeRandom(rng, IMF_RGB, 67, 5, 1, &src);
-    std::vector<int> ps;
-    for (int p = -35; p <= 135; ++p) ps.push_back(p);
-    for (int p : {-8001, -8000, -7999, 7999, 8000, 8001, 1000000, -1000000}) ps.push_back(p);
-    for (int p : ps) {
-        OwnedImf dst, expect;
-        testing_support::Clone(*src.get(), &expect);
-        reference::Sharpen(*src.get(), expect.get(), IMF_RECT{0, 0, 67, 5}, p);
-        ASSERT_EQ(imfSharpen(src.get(), dst.get(), nullptr, p), IMF_NOERROR);
-        ASSERT_EQ(testing_support::Diff(*dst.get(), *expect.get()), "") << p;
-    }
-}
 
 }  // namespace
