@@ -24,42 +24,6 @@ const TUbyte *Pixel(const IMF_BITMAP &b, int x, int y) {
     return b.Data + static_cast<long long>(y) * b.BytesPerLine + static_cast<long long>(x) * b.BytesPerPixel;
 }
 
-// Largest difference between two bitmaps of the same geometry.
-int MaxDiff(const IMF_BITMAP &a, const IMF_BITMAP &b) {
-    int worst = 0;
-    for (int y = 0; y < a.Height; ++y)
-        for (int i = 0; i < a.Width * a.BytesPerPixel; ++i)
-            worst = std::max(worst, std::abs(int(Pixel(a, 0, y)[i]) - int(Pixel(b, 0, y)[i])));
-    return worst;
-}
-
-TEST(DropShadow, FollowsTheStepsForTypesSizesAndDepths) {
-    std::mt19937 rng(44);
-    struct Case { unsigned type; int w, h, size, depth, keep, pack; };
-    const Case cases[] = {
-        {IMF_RGB, 100, 80, 4, 6, 0, 1},  {IMF_RGB, 100, 80, 4, 6, 1, 4},   {IMF_GREY, 64, 70, 0, 3, 0, 4},
-        {IMF_RGBA, 90, 64, 2, 0, 0, 1},  {IMF_CMYK, 65, 66, 7, 9, 0, 8},   {IMF_COLORS, 80, 80, 1, 1, 0, 4},
-        {IMF_BGR, 120, 96, 16, 2, 0, 2}, {IMF_ARGB, 200, 150, 9, 40, 1, 1}, {IMF_GREY, 64, 64, 3, 1, 1, 16},
-    };
-    for (const Case &c : cases) {
-        OwnedImf src, before, want, got;
-        testing_support::MakeRandom(rng, c.type, c.w, c.h, c.pack, &src);
-        Clone(*src.get(), &before);
-        ASSERT_EQ(reference::DropShadowOp(*src.get(), c.size, c.depth, c.keep, want.get()), IMF_NOERROR);
-        ASSERT_EQ(imfDropShadow(src.get(), got.get(), nullptr, c.size, c.depth, c.keep), IMF_NOERROR);
-        EXPECT_EQ(Diff(*src.get(), *before.get()), "");
-        ASSERT_EQ(got->Width, want->Width);
-        ASSERT_EQ(got->Height, want->Height);
-        EXPECT_LE(MaxDiff(*got.get(), *want.get()), 1) << testing_support::TypeName(c.type) << " size " << c.size;
-        if (c.type == IMF_COLORS) {
-            EXPECT_EQ(std::memcmp(got->ColorMap, src->ColorMap, sizeof(IMF_COLORMAP)), 0);
-        }
-        // In place gives the same bitmap.
-        ASSERT_EQ(imfDropShadow(src.get(), nullptr, nullptr, c.size, c.depth, c.keep), IMF_NOERROR);
-        EXPECT_EQ(Diff(*src.get(), *got.get()), "");
-    }
-}
-
 TEST(DropShadow, StatedGeometry) {
     std::mt19937 rng(1);
     {  // 64 x 64 with size 0 and depth 0: the image itself.

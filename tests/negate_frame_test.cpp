@@ -131,30 +131,6 @@ TEST(Lut, IdentityTableAndEmptyAreaChangeNothing) {
     }
 }
 
-TEST(Negate, BinaryBitsAgainstThePerBitReference) {
-    std::mt19937 rng(5);
-    std::uniform_int_distribution<int> size(1, 70), coin(0, 1);
-    for (int iter = 0; iter < 300; ++iter) {
-        int w = size(rng), h = size(rng) % 9 + 1;
-        OwnedImf src, expect, dst, orig;
-        testing_support::MakeRandom(rng, IMF_BINARY, w, h, 1 + iter % 4, &src);
-        testing_support::Clone(*src.get(), &orig);
-        testing_support::Clone(*src.get(), &expect);
-        IMF_RECT area = testing_support::RandomArea(rng, w, h);
-        reference::NegateBits(expect.get(), area);
-        if (coin(rng)) {
-            ASSERT_EQ(imfNegate(src.get(), dst.get(), &area), IMF_NOERROR);
-            EXPECT_EQ(testing_support::Diff(*dst.get(), *expect.get()), "");
-            EXPECT_EQ(testing_support::Diff(*src.get(), *orig.get()), "");
-        } else {
-            ASSERT_EQ(imfNegate(src.get(), nullptr, &area), IMF_NOERROR);
-            EXPECT_EQ(testing_support::Diff(*src.get(), *expect.get()), "");
-            ASSERT_EQ(imfNegate(src.get(), nullptr, &area), IMF_NOERROR);
-            EXPECT_EQ(testing_support::Diff(*src.get(), *orig.get()), "") << "twice is identity";
-        }
-    }
-}
-
 // ---- The public entry frame -------------------------------------------------
 
 TEST(Frame, ThreeModes) {
@@ -197,18 +173,6 @@ TEST(Frame, ThreeModes) {
 
 // A rejected operation: in place the result is still IMG_NO_ERROR and the
 // pixels stay; with a destination, *dst is null and the code says why.
-TEST(Frame, RejectedOperationInPlaceAndWithDestination) {
-    IMG_BITMAP *src = imgCreateBitmap(IMG_RGB, 2, 2);
-    src->BytesPerPixel = 4;  // inconsistent with RGB: refused by the operation
-    src->Data[0] = 1;
-    EXPECT_EQ(imgNegative(src, nullptr), IMG_NO_ERROR);
-    EXPECT_EQ(src->Data[0], 1);
-    IMG_BITMAP *dst = src + 1;  // anything but src
-    EXPECT_EQ(imgNegative(src, &dst), IMG_ERROR_BAD_PARAMETERS);
-    EXPECT_EQ(dst, nullptr);
-    src->BytesPerPixel = 3;
-    imgFreeBitmap(src);
-}
 
 TEST(Frame, BinaryBitmapsAreNegatedBitwise) {
     IMG_BITMAP *src = imgCreateBitmap(IMG_BINARY, 10, 1);

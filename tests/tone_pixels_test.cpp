@@ -41,14 +41,4 @@ TEST(Gammasat, StatedValues) {
     EXPECT_EQ(std::memcmp(b->Data, want, 6), 0);
 }
 
-TEST(TonePixels, EmptyBitmapsComeBackEmptyWithCodeZero) {
-    for (int w : {0, 4}) {
-        OwnedImf src;
-        ASSERT_NE(imfAllock(src.get(), IMF_RGB, 1, w, w ? 0 : 4), 0);
-        ASSERT_EQ(imfContraBrightness(src.get(), nullptr, nullptr, 10), IMF_NOERROR);
-        ASSERT_EQ(imfGammasat(src.get(), nullptr, nullptr, 2.0), IMF_NOERROR);
-        EXPECT_EQ(src->Width, w);
-    }
-}
-
 }  // namespace
