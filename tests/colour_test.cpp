@@ -18,7 +18,6 @@
 #include "noise/draws.h"
 #include "reference/colour_reference.h"
 #include "support/bitmaps.h"
-#include "support/reference_check.h"
 
 using namespace testing_support;
 
@@ -67,47 +66,6 @@ TEST(ChannelOps, StatedValues) {
     EXPECT_EQ(gd->TransparentIndex, -1);
     EXPECT_NE(gd->Data, g->Data);
 }
-
-// Rows of only mid-tones (passed through whole vectors), only shadows, only
-// highlights, and mixtures; widths across several vector lengths with every
-// tail; in place, with a destination, with an area.
-void CheckShadowHighlightVectors(unsigned seed) {
-    std::mt19937 rng(seed);
-    for (unsigned type : {IMF_RGB, IMF_BGR, IMF_RGBA, IMF_ARGB}) {
-        for (int w = 1; w < 300; w += 11) {
-            OwnedImf src;
-            MakeRandom(rng, type, w, 5, 1 + static_cast<int>(rng() % 4), &src);
-            const int bpp = src->BytesPerPixel;
-            for (int x = 0; x < w; ++x) {
-                TUbyte *row[4];
-                for (int y = 0; y < 4; ++y) row[y] = src->Data + y * src->BytesPerLine + x * bpp;
-                for (int k = 0; k < 3; ++k) {
-                    row[0][k] = static_cast<TUbyte>(90 + rng() % 70);  // luminance 90..159
-                    row[1][k] = static_cast<TUbyte>(rng() % 60);
-                    row[2][k] = static_cast<TUbyte>(200 + rng() % 56);
-                    if (rng() % 9 == 0) row[3][k] = static_cast<TUbyte>(rng() % 30);  // a dark pixel now and then
-                    else row[3][k] = static_cast<TUbyte>(100 + rng() % 40);
-                }
-            }
-            const IMF_RECT all{0, 0, w, 5};
-            const IMF_RECT part{w / 4, 1, w - w / 3, 3};
-            for (int variant = 0; variant < 3; ++variant) {
-                SCOPED_TRACE(TypeName(type) + " " + std::to_string(w) + " variant " + std::to_string(variant));
-                OwnedImf work, want, dst;
-                Clone(src.b, &work);
-                Clone(src.b, &want);
-                const IMF_RECT &r = variant == 2 ? part : all;
-                reference::ShadowHighlight(want.get(), r, 60, -80);
-                ASSERT_EQ(imfAdjustShadowHighlight(work.get(), variant ? dst.get() : nullptr,
-                                                   variant == 2 ? &r : nullptr, 60, -80),
-                          IMF_NOERROR);
-                EXPECT_EQ(Diff(variant ? dst.b : work.b, want.b), "");
-            }
-        }
-    }
-}
-
-TEST(ChannelOps, ShadowHighlightVectorsOfEveryClassAndTail) { CheckShadowHighlightVectors(41); }
 
 // Widths across several vector lengths with every tail.
 void CheckExtraction(unsigned seed) {
@@ -183,46 +141,6 @@ TEST(ChannelOps, ShadowHighlightStatedValues) {
               (std::vector<TUbyte>{64, 64, 64, 80, 80, 80, 176, 176, 176, 208, 208, 208, 255, 0, 255}));
 }
 
-TEST(ChannelOps, RefusalsChangeNothing) {
-    std::mt19937 rng(9);
-    OwnedImf grey, bin, map, rgb;
-    MakeRandom(rng, IMF_GREY, 5, 5, 1, &grey);
-    MakeRandom(rng, IMF_BINARY, 5, 5, 1, &bin);
-    MakeRandom(rng, IMF_COLORS, 5, 5, 1, &map);
-    MakeRandom(rng, IMF_RGB, 5, 5, 1, &rgb);
-    const IMF_RECT bad{3, 3, 3, 1};
-    struct Call { const char *what; IMF_BITMAP *b; IMF_ERROR want; IMF_ERROR (*run)(IMF_BITMAP *, IMF_BITMAP *); };
-    const Call calls[] = {
-        {"desaturate grey", grey.get(), IMF_ERRBADBITMAP, [](IMF_BITMAP *s, IMF_BITMAP *d) { return imfDesaturate(s, d, nullptr); }},
-        {"desaturate bad area", rgb.get(), IMF_ERRBADPARAMS, [](IMF_BITMAP *s, IMF_BITMAP *d) { const IMF_RECT a{3, 3, 3, 1}; return imfDesaturate(s, d, &a); }},
-        {"extract grey", grey.get(), IMF_ERRBADBITMAP, [](IMF_BITMAP *s, IMF_BITMAP *d) { return imfExtractChannel(s, d, 0); }},
-        {"extract binary", bin.get(), IMF_ERRBADBITMAP, [](IMF_BITMAP *s, IMF_BITMAP *d) { return imfExtractChannel(s, d, 0); }},
-        {"swap binary", bin.get(), IMF_ERRBADBITMAP, [](IMF_BITMAP *s, IMF_BITMAP *d) { return imfSwapColors(s, d, nullptr, 0); }},
-        {"swap mode 5", rgb.get(), IMF_ERRBADPARAMS, [](IMF_BITMAP *s, IMF_BITMAP *d) { return imfSwapColors(s, d, nullptr, 5); }},
-        {"swap bad area", rgb.get(), IMF_ERRBADPARAMS, [](IMF_BITMAP *s, IMF_BITMAP *d) { const IMF_RECT a{0, 0, 6, 1}; return imfSwapColors(s, d, &a, 0); }},
-        {"shadow colours", map.get(), IMF_ERRBADBITMAP, [](IMF_BITMAP *s, IMF_BITMAP *d) { return imfAdjustShadowHighlight(s, d, nullptr, 1, 1); }},
-        {"shadow binary", bin.get(), IMF_ERRBADBITMAP, [](IMF_BITMAP *s, IMF_BITMAP *d) { return imfAdjustShadowHighlight(s, d, nullptr, 1, 1); }},
-        {"noise binary", bin.get(), IMF_ERRBADBITMAP, [](IMF_BITMAP *s, IMF_BITMAP *d) { return imfAddUniformNoise(s, d, nullptr, 5); }},
-        {"noise negative", rgb.get(), IMF_ERRBADPARAMS, [](IMF_BITMAP *s, IMF_BITMAP *d) { return imfAddGaussianNoise(s, d, nullptr, -1); }},
-        {"noise NaN", rgb.get(), IMF_ERRBADPARAMS, [](IMF_BITMAP *s, IMF_BITMAP *d) { return imfAddLaplacianNoise(s, d, nullptr, std::nan("")); }},
-        {"noise infinite", rgb.get(), IMF_ERRBADPARAMS, [](IMF_BITMAP *s, IMF_BITMAP *d) { return imfAddUniformNoise(s, d, nullptr, HUGE_VAL); }},
-        {"poisson 0", rgb.get(), IMF_ERRBADPARAMS, [](IMF_BITMAP *s, IMF_BITMAP *d) { return imfAddPoissonNoise(s, d, nullptr, 0); }},
-        {"noise bad area", rgb.get(), IMF_ERRBADPARAMS, [](IMF_BITMAP *s, IMF_BITMAP *d) { const IMF_RECT a{-1, 0, 1, 1}; return imfNoise(s, d, &a, 1, 0); }},
-    };
-    (void)bad;
-    for (const Call &c : calls) {
-        for (bool with_dst : {false, true}) {
-            OwnedImf before, d;
-            Clone(*c.b, &before);
-            EXPECT_EQ(c.run(c.b, with_dst ? d.get() : nullptr), c.want) << c.what;
-            EXPECT_EQ(Diff(*c.b, before.b), "") << c.what;
-            EXPECT_EQ(d->Data, nullptr) << c.what;
-        }
-    }
-    EXPECT_EQ(imfDesaturate(nullptr, nullptr, nullptr), IMF_ERRBADBITMAP);
-    EXPECT_EQ(imfGetCountColors(nullptr, 0), 0xFFFFFFFFu);
-}
-
 // ---- Colour counting --------------------------------------------------------
 
 TEST(CountColors, StatedCases) {
@@ -262,24 +180,6 @@ TEST(CountColors, StatedCases) {
     EXPECT_EQ(imfGetCountColors(empty_grey.get(), 0), 0u);
 }
 
-TEST(CountColors, MatchesTheHashSetOnRandomBitmapsAndLimits) {
-    std::mt19937 rng(21);
-    for (int round = 0; round < 120; ++round) {
-        const unsigned type = kByteTypes[round % 9];
-        OwnedImf b;
-        MakeRandom(rng, type, 1 + static_cast<int>(rng() % 90), 1 + static_cast<int>(rng() % 60), 4, &b);
-        // Fewer distinct values in some rounds, so that colours repeat.
-        if (round % 3 == 0)
-            for (TLong i = 0; i < b->BytesPerLine * b->Height; ++i) b->Data[i] &= 0xC3;
-        if (type == IMF_COLORS) {
-            b->ColorUsed = static_cast<TWord>(rng() % 300);
-            for (int i = 0; i < 256; ++i) b->ColorMap->Red[i] &= 1, b->ColorMap->Green[i] &= 1, b->ColorMap->Blue[i] = 0;
-        }
-        const TLong limit = round % 4 == 0 ? 0 : static_cast<TLong>(rng() % 3000) - 100;
-        EXPECT_EQ(imfGetCountColors(b.get(), limit), reference::CountColors(b.b, limit)) << TypeName(type) << " " << limit;
-    }
-}
-
 TEST(CountColors, PastTheLargestSetTheCountStaysExact) {
     // 2048 x 2048 distinct colours: more than the 3355443 that the hash set's
     // growth steps reach.
@@ -293,16 +193,6 @@ TEST(CountColors, PastTheLargestSetTheCountStaysExact) {
     }
     EXPECT_EQ(imfGetCountColors(b.get(), 0), 2048u * 2048u);
     EXPECT_EQ(imfGetCountColors(b.get(), 3355443), 3355444u);
-}
-
-TEST(CountColors, PublicWrapperCountsWithoutChangingTheBitmap) {
-    IMG_BITMAP *b = imgCreateBitmap(IMG_RGB, 4, 1);
-    ASSERT_NE(b, nullptr);
-    b->Data[3] = 1;
-    EXPECT_EQ(imgGetNumberOfColorsUsed(b), 2u);
-    EXPECT_EQ(b->Data[3], 1);
-    imgFreeBitmap(b);
-    EXPECT_EQ(imgGetNumberOfColorsUsed(nullptr), 0xFFFFFFFFu);
 }
 
 // ---- HLS and sepia (public layer, IMG_BITMAP) ------------------------------
@@ -352,53 +242,6 @@ TEST(Hls, StatedValues) {
     EXPECT_EQ(abgr.b->Data[1], argb.b->Data[3]);
 }
 
-void Randomise(std::mt19937 &rng, IMG_BITMAP *b) {
-    for (IMG_UINT32 i = 0; i < b->BytesPerLine * static_cast<IMG_UINT32>(b->Height); ++i)
-        b->Data[i] = static_cast<IMG_UINT8>(rng());
-}
-
-void CheckHlsOnRandomBitmaps(unsigned seed, int rounds) {
-    const IMG_BITMAP_TYPE types[7] = {IMG_RGB, IMG_RGBA, IMG_CMYK, IMG_BGR, IMG_BGRA, IMG_ARGB, IMG_ABGR};
-    std::mt19937 rng(seed);
-    for (int round = 0; round < rounds; ++round) {
-        Img img(imgCreateBitmap(types[round % 7], 1 + static_cast<int>(rng() % 70), 1 + static_cast<int>(rng() % 20)));
-        Randomise(rng, img.b);
-        // Few distinct colours in some rounds, so that remembered results are reused.
-        if (round % 2) for (IMG_UINT32 i = 0; i < img.b->BytesPerLine * img.b->Height; ++i) img.b->Data[i] &= 0xE0;
-        const int h = static_cast<int>(rng() % 601) - 300, l = static_cast<int>(rng() % 241) - 120,
-                  s = static_cast<int>(rng() % 241) - 120;
-        Img want(imgCloneBitmap(img.b));
-        reference::AdjustHls(want.b, h, l, s);
-        IMG_BITMAP *out = nullptr;
-        ASSERT_EQ(imgAdjustHLS(img.b, &out, h, l, s), IMG_NO_ERROR);
-        Img owned(out);
-        ASSERT_NE(out, nullptr);
-        EXPECT_NE(out, img.b);
-        EXPECT_EQ(std::memcmp(out->Data, want.b->Data, want.b->BytesPerLine * want.b->Height), 0)
-            << h << " " << l << " " << s;
-        ASSERT_EQ(imgAdjustHLS(img.b, nullptr, h, l, s), IMG_NO_ERROR);
-        EXPECT_EQ(std::memcmp(img.b->Data, want.b->Data, want.b->BytesPerLine * want.b->Height), 0);
-    }
-    // Hue increments at and beside the largest handled in vectors (ten turns).
-    for (int h : {1000, -1000, 1001, -1001, 999}) {
-        Img img(imgCreateBitmap(IMG_BGRA, 77, 3));
-        Randomise(rng, img.b);
-        Img want(imgCloneBitmap(img.b));
-        reference::AdjustHls(want.b, h, 3, -7);
-        ASSERT_EQ(imgAdjustHLS(img.b, nullptr, h, 3, -7), IMG_NO_ERROR);
-        EXPECT_EQ(std::memcmp(img.b->Data, want.b->Data, img.b->BytesPerLine * img.b->Height), 0) << h;
-    }
-    // Huge hue increments: the hue is brought back by whole turns, exactly.
-    Img big(imgCreateBitmap(IMG_RGB, 40, 2));
-    Randomise(rng, big.b);
-    Img want(imgCloneBitmap(big.b));
-    reference::AdjustHls(want.b, 2000003, 0, 0);
-    ASSERT_EQ(imgAdjustHLS(big.b, nullptr, 2000003, 0, 0), IMG_NO_ERROR);
-    EXPECT_EQ(std::memcmp(big.b->Data, want.b->Data, big.b->BytesPerLine * big.b->Height), 0);
-}
-
-TEST(Hls, MatchesTheReferenceOnRandomBitmaps) { CheckHlsOnRandomBitmaps(8, 60); }
-
 TEST(Sepia, StatedValues) {
     struct Case { int percent; std::vector<IMG_UINT8> in, out; } plain[] = {
         {0, {255, 0, 0}, {76, 76, 76}}, {100, {255, 0, 0}, {140, 108, 76}},
@@ -423,19 +266,6 @@ TEST(Sepia, StatedValues) {
     ASSERT_EQ(imgSepiaEx(b.b, nullptr, 100, &white), IMG_NO_ERROR);
     EXPECT_EQ(Bytes(a.b), (std::vector<IMG_UINT8>{86, 84, 84}));
     EXPECT_EQ(Bytes(b.b), (std::vector<IMG_UINT8>{76, 76, 76}));
-}
-
-// The vector paths on every target this machine can run, the plain one
-// included (the best one is chosen otherwise, so the others would go
-// untested).
-class PublicColourTargets : public hwy::TestWithParamTarget {};
-HWY_TARGET_INSTANTIATE_TEST_SUITE_P(PublicColourTargets);
-
-TEST_P(PublicColourTargets, VectorPathsMatchTheReferences) {
-    const unsigned seed = static_cast<unsigned>(GetParam() % 1000);
-    CheckShadowHighlightVectors(seed + 1);
-    CheckExtraction(seed + 5);
-    CheckHlsOnRandomBitmaps(seed + 3, 30);
 }
 
 TEST(PublicColour, RefusalsLeaveEverythingAlone) {

@@ -194,132 +194,6 @@ TEST(LinearFilters, BoxDivisionByMultiplyAndShiftIsExact) {
     }
 }
 
-TEST(LinearFilters, RefusalsChangeNothing) {
-    IMG_FILTER good{};
-    good.Size = 3;
-    good.Matrix[4] = 1;
-    good.Divisor = 1;
-    IMG_FILTER size0 = good, size8 = good, div0 = good;
-    size0.Size = 0;
-    size8.Size = 8;
-    div0.Divisor = 0;
-    using Op = std::function<IMF_ERROR(IMF_BITMAP *, IMF_BITMAP *)>;
-    struct Case {
-        const char *name;
-        unsigned type;
-        IMF_ERROR want;
-        Op op;
-    };
-    const Case cases[] = {
-        {"binary convolve", IMF_BINARY, IMF_ERRBADBITMAP, [&](IMF_BITMAP *s, IMF_BITMAP *d) { return imfConvolve(s, d, nullptr, &good); }},
-        {"binary average 1", IMF_BINARY, IMF_ERRBADBITMAP, [](IMF_BITMAP *s, IMF_BITMAP *d) { return imfAverage(s, d, nullptr, 1); }},
-        {"binary sharpen", IMF_BINARY, IMF_ERRBADBITMAP, [](IMF_BITMAP *s, IMF_BITMAP *d) { return imfSharpen(s, d, nullptr, 10); }},
-        {"binary reduce noise", IMF_BINARY, IMF_ERRBADBITMAP, [](IMF_BITMAP *s, IMF_BITMAP *d) { return imfReduceNoise(s, d, nullptr); }},
-        {"binary emboss", IMF_BINARY, IMF_ERRBADBITMAP, [](IMF_BITMAP *s, IMF_BITMAP *d) { return imfEmboss(s, d, nullptr); }},
-        {"size 0", IMF_RGB, IMF_ERRBADPARAMS, [&](IMF_BITMAP *s, IMF_BITMAP *d) { return imfConvolve(s, d, nullptr, &size0); }},
-        {"size 8", IMF_RGB, IMF_ERRBADPARAMS, [&](IMF_BITMAP *s, IMF_BITMAP *d) { return imfConvolve(s, d, nullptr, &size8); }},
-        {"divisor 0", IMF_GREY, IMF_ERRBADPARAMS, [&](IMF_BITMAP *s, IMF_BITMAP *d) { return imfConvolve(s, d, nullptr, &div0); }},
-        {"no filter", IMF_GREY, IMF_ERRBADPARAMS, [](IMF_BITMAP *s, IMF_BITMAP *d) { return imfConvolve(s, d, nullptr, nullptr); }},
-        {"index -1", IMF_COLORS, IMF_ERRBADPARAMS, [](IMF_BITMAP *s, IMF_BITMAP *d) { return imfConvolveIndex(s, d, nullptr, -1); }},
-        {"index 9", IMF_RGBA, IMF_ERRBADPARAMS, [](IMF_BITMAP *s, IMF_BITMAP *d) { return imfConvolveIndex(s, d, nullptr, 9); }},
-        {"blur 101", IMF_BGR, IMF_ERRBADPARAMS, [](IMF_BITMAP *s, IMF_BITMAP *d) { return imfBlur(s, d, nullptr, 101); }},
-        {"soften 126", IMF_CMYK, IMF_ERRBADPARAMS, [](IMF_BITMAP *s, IMF_BITMAP *d) { return imfSoften(s, d, nullptr, 126); }},
-        {"edge 102", IMF_ARGB, IMF_ERRBADPARAMS, [](IMF_BITMAP *s, IMF_BITMAP *d) { return imfEdge(s, d, nullptr, 102); }},
-        {"average 1", IMF_GREY, IMF_ERRBADPARAMS, [](IMF_BITMAP *s, IMF_BITMAP *d) { return imfAverage(s, d, nullptr, 1); }},
-        {"average 16", IMF_GREY, IMF_ERRBADPARAMS, [](IMF_BITMAP *s, IMF_BITMAP *d) { return imfAverage(s, d, nullptr, 16); }},
-        {"area outside", IMF_GREY, IMF_ERRBADPARAMS, [](IMF_BITMAP *s, IMF_BITMAP *d) {
-             const IMF_RECT a = {1, 1, 9, 1};
-             return imfAverage(s, d, &a, 3);
-         }},
-    };
-    std::mt19937 rng(12);
-    for (const Case &c : cases) {
-        for (bool with_dst : {false, true}) {
-            OwnedImf src, before, dst;
-            testing_support::MakeRandom(rng, c.type, 6, 4, 1, &src);
-            testing_support::Clone(*src.get(), &before);
-            TUbyte *data = src->Data;
-            EXPECT_EQ(c.op(src.get(), with_dst ? dst.get() : nullptr), c.want) << c.name;
-            EXPECT_EQ(src->Data, data) << c.name;
-            EXPECT_EQ(testing_support::Diff(*src.get(), *before.get()), "") << c.name;
-            EXPECT_EQ(dst->Data, nullptr) << c.name;
-        }
-    }
-    // 15 is the largest box accepted.
-    OwnedImf b;
-    MakeGrey(&b, 2, 2, 9);
-    EXPECT_EQ(imfAverage(b.get(), nullptr, nullptr, 15), IMF_NOERROR);
-}
-
-TEST(LinearFilters, PublicEntryPointsInPlaceAndWithDestination) {
-    using Op = std::function<IMG_ERROR(IMG_BITMAP *, IMG_BITMAP **)>;
-    IMG_FILTER mean{};
-    mean.Size = 3;
-    for (int i = 0; i < 9; ++i) mean.Matrix[i] = 1;
-    mean.Divisor = 9;
-    struct Case {
-        const char *name;
-        Op img;
-        FastOp imf;
-    };
-    const Case cases[] = {
-        {"convolve", [&](IMG_BITMAP *s, IMG_BITMAP **d) { return imgConvolve(s, d, &mean); },
-         [&](IMF_BITMAP *s, IMF_BITMAP *d, const IMF_RECT *a) { return imfConvolve(s, d, a, &mean); }},
-        {"enhance detail", imgEnhanceDetail, imfEnhanceDetail},
-        {"enhance focus", imgEnhanceFocus, imfEnhanceFocus},
-        {"focus restoration", imgFocusRestoration, imfFocusRestoration},
-        {"edge light", imgEdgeDetectLight, imfEdgeDetectLight},
-        {"edge medium", imgEdgeDetectMedium, imfEdgeDetectMedium},
-        {"edge heavy", imgEdgeDetectHeavy, imfEdgeDetectHeavy},
-        {"emboss", imgEmboss, imfEmboss},
-        {"emboss more", imgEmbossMore, imfEmbossMore},
-        {"reduce noise", imgReduceNoise, imfReduceNoise},
-        {"sharpen", [](IMG_BITMAP *s, IMG_BITMAP **d) { return imgSharpen(s, d, 40); },
-         [](IMF_BITMAP *s, IMF_BITMAP *d, const IMF_RECT *a) { return imfSharpen(s, d, a, 40); }},
-        {"blur", [](IMG_BITMAP *s, IMG_BITMAP **d) { return imgBlur(s, d, 60); },
-         [](IMF_BITMAP *s, IMF_BITMAP *d, const IMF_RECT *a) { return imfBlur(s, d, a, 60); }},
-        {"soften", [](IMG_BITMAP *s, IMG_BITMAP **d) { return imgSoften(s, d, 30); },
-         [](IMF_BITMAP *s, IMF_BITMAP *d, const IMF_RECT *a) { return imfSoften(s, d, a, 30); }},
-        {"average", [](IMG_BITMAP *s, IMG_BITMAP **d) { return imgAverage(s, d, 4); },
-         [](IMF_BITMAP *s, IMF_BITMAP *d, const IMF_RECT *a) { return imfAverage(s, d, a, 4); }},
-    };
-    std::mt19937 rng(30);
-    for (const Case &c : cases) {
-        IMG_BITMAP *a = imgCreateBitmap(IMG_BGRA, 9, 6);
-        ASSERT_NE(a, nullptr);
-        for (int i = 0; i < 9 * 6 * 4; ++i) a->Data[i] = static_cast<IMG_UINT8>(rng());
-        IMG_BITMAP *copy = imgCloneBitmap(a);
-        // The expected bytes from the processing layer on the same pixels.
-        OwnedImf want;
-        ASSERT_NE(imfAllock(want.get(), IMF_BGRA, 1, 9, 6), 0);
-        std::memcpy(want->Data, a->Data, 9 * 6 * 4);
-        ASSERT_EQ(c.imf(want.get(), nullptr, nullptr), IMF_NOERROR);
-
-        IMG_BITMAP *out = nullptr;
-        ASSERT_EQ(c.img(a, &out), IMG_NO_ERROR) << c.name;
-        ASSERT_NE(out, nullptr);
-        EXPECT_EQ(std::memcmp(out->Data, want->Data, 9 * 6 * 4), 0) << c.name;
-        EXPECT_EQ(std::memcmp(a->Data, copy->Data, 9 * 6 * 4), 0) << c.name << ": source changed";
-        ASSERT_EQ(c.img(a, nullptr), IMG_NO_ERROR);
-        EXPECT_EQ(std::memcmp(a->Data, want->Data, 9 * 6 * 4), 0) << c.name << " in place";
-        EXPECT_EQ(a->TransparentIndex, -1);
-        imgFreeBitmap(out);
-        imgFreeBitmap(copy);
-        imgFreeBitmap(a);
-    }
-    // A refused parameter: in place nothing changes, a destination is not made.
-    IMG_BITMAP *g = imgCreateBitmap(IMG_GREY, 3, 3);
-    IMG_BITMAP *out = g;
-    IMG_BITMAP *other = nullptr;
-    EXPECT_EQ(imgAverage(g, &out, 16), IMG_NO_ERROR);
-    EXPECT_EQ(out, g);
-    EXPECT_EQ(imgAverage(g, &other, 1), IMG_ERROR_BAD_PARAMETERS);
-    EXPECT_EQ(other, nullptr);
-    g->BitsPerComponent = 16;
-    EXPECT_EQ(imgBlur(g, nullptr, 50), IMG_ERROR_BAD_PARAMETERS);
-    imgFreeBitmap(g);
-}
-
 }  // namespace
 
 namespace {
@@ -327,53 +201,14 @@ namespace {
 // The truncated product with the reciprocal equals the truncated quotient
 // for every numerator the vector paths can meet (|a| + |d| <= 2^22); only
 // numerators next to a multiple of d can go wrong, so those are all tried.
-TEST(LinearFilters, ReciprocalProductTruncatesLikeTheQuotient) {
-    std::mt19937 rng(40);
-    std::vector<int64_t> divisors;
-    for (int64_t d = 1; d <= 24; ++d) divisors.push_back(d);
-    for (int r = 0; r < 100; ++r) divisors.push_back(std::uniform_int_distribution<int64_t>(25, 1 << 21)(rng));
-    const int64_t limit = int64_t{1} << 22;
-    for (int64_t d : divisors) {
-        for (int64_t sd : {d, -d}) {
-            const float c = imge::RecipOf(sd);
-            for (int64_t k = 0; k * d <= limit; ++k)
-                for (int64_t a : {k * d - 1, k * d, k * d + 1, -k * d - 1, -k * d, -k * d + 1}) {
-                    if ((a < 0 ? -a : a) + d > limit) continue;
-                    volatile float x = static_cast<float>(a) * c;
-                    ASSERT_EQ(static_cast<int64_t>(static_cast<int32_t>(x)), a / sd) << a << " / " << sd;
-                }
-        }
-    }
-}
 
 }  // namespace
 
 namespace {
 
-TEST(LinearFilters, SixteenBitDivisionIsExactBelowTwoToTheFifteen) {
-    std::mt19937 rng(41);
-    std::vector<uint32_t> divisors;
-    for (uint32_t d = 1; d <= 300; ++d) divisors.push_back(d);
-    for (int r = 0; r < 60; ++r) divisors.push_back(std::uniform_int_distribution<uint32_t>(301, 32767)(rng));
-    divisors.push_back(32767);
-    divisors.push_back(16384);
-    for (uint32_t d : divisors) {
-        const imge::LinearPlan::Div16 v = imge::MakeDiv16(d);
-        for (uint32_t x = 0; x < 32768; ++x) ASSERT_EQ(imge::ApplyDiv16(v, x), x / d) << x << " / " << d;
-    }
-}
-
 }  // namespace
 
 namespace {
-
-TEST(LinearFilters, BoxDivisionInSixteenBitsIsExactForEveryBox) {
-    for (int n = 2; n <= 15; ++n) {
-        const imge::BoxDivision div = imge::MakeBoxDivision(n);
-        const uint32_t d = static_cast<uint32_t>(n * n);
-        for (uint32_t x = 0; x <= 255 * d; ++x) ASSERT_EQ(imge::ApplyBoxDivision(div, x), x / d) << x << " / " << d;
-    }
-}
 
 }  // namespace
 
@@ -381,20 +216,5 @@ namespace {
 
 // Every percentage around the ranges the vector paths take (16-bit, single
 // precision, plain), on rows wide enough for every vector width.
-TEST(LinearFilters, SharpenMatchesTheReferenceAcrossItsPathRanges) {
-    std::mt19937 rng(50);
-    OwnedImf src;
-    testing_support::MakeRandom(rng, IMF_RGB, 67, 5, 1, &src);
-    std::vector<int> ps;
-    for (int p = -35; p <= 135; ++p) ps.push_back(p);
-    for (int p : {-8001, -8000, -7999, 7999, 8000, 8001, 1000000, -1000000}) ps.push_back(p);
-    for (int p : ps) {
-        OwnedImf dst, expect;
-        testing_support::Clone(*src.get(), &expect);
-        reference::Sharpen(*src.get(), expect.get(), IMF_RECT{0, 0, 67, 5}, p);
-        ASSERT_EQ(imfSharpen(src.get(), dst.get(), nullptr, p), IMF_NOERROR);
-        ASSERT_EQ(testing_support::Diff(*dst.get(), *expect.get()), "") << p;
-    }
-}
 
 }  // namespace

@@ -123,53 +123,6 @@ TEST(RowFrame, SlotsHoldTheClampedNeighbourhoodForOddAndEvenSides) {
     }
 }
 
-TEST(RowFrame, RefusalsChangeNothingAndAllocateNothing) {
-    std::mt19937 rng(3);
-    struct Case {
-        unsigned type;
-        bool params_ok, fail_prepare;
-        IMF_RECT area;
-        bool use_area;
-        IMF_ERROR want;
-    };
-    const Case cases[] = {
-        {IMF_BINARY, true, false, {0, 0, 1, 1}, false, IMF_ERRBADBITMAP},
-        {IMF_BINARY, false, false, {0, 0, 1, 1}, false, IMF_ERRBADBITMAP},  // type test first
-        {IMF_RGB, false, false, {0, 0, 1, 1}, false, IMF_ERRBADPARAMS},
-        {IMF_GREY, false, false, {9, 9, 9, 9}, true, IMF_ERRBADPARAMS},
-        {IMF_RGBA, true, false, {2, 2, 6, 1}, true, IMF_ERRBADPARAMS},
-        {IMF_COLORS, true, false, {-1, 0, 1, 1}, true, IMF_ERRBADPARAMS},
-        {IMF_CMYK, true, true, {0, 0, 1, 1}, false, IMF_ERRMEMORY},
-        {IMF_COLORS, true, true, {1, 1, 2, 2}, true, IMF_ERRMEMORY},
-    };
-    for (const Case &c : cases) {
-        for (bool with_dst : {false, true}) {
-            OwnedImf src, before, dst;
-            testing_support::MakeRandom(rng, c.type, 7, 5, 1, &src);
-            testing_support::Clone(*src.get(), &before);
-            TUbyte *old_data = src->Data;
-            ProbeKernel probe(3, 1, 1);
-            probe.src = before.get();
-            probe.fail_prepare = c.fail_prepare;
-            EXPECT_EQ(imge::RunRowFilter(src.get(), with_dst ? dst.get() : nullptr, c.use_area ? &c.area : nullptr,
-                                         3, c.params_ok, probe),
-                      c.want);
-            EXPECT_EQ(src->Data, old_data);
-            EXPECT_EQ(testing_support::Diff(*src.get(), *before.get()), "");
-            EXPECT_EQ(src->TransparentIndex, before->TransparentIndex);
-            EXPECT_EQ(dst->Data, nullptr) << "destination not written";
-            EXPECT_EQ(probe.rows_seen, 0);
-        }
-    }
-    // An inconsistent record is refused before anything else.
-    OwnedImf bad;
-    testing_support::MakeRandom(rng, IMF_RGB, 4, 4, 1, &bad);
-    bad->BytesPerPixel = 1;
-    ProbeKernel probe(3, 0, 0);
-    EXPECT_EQ(imge::RunRowFilter(bad.get(), nullptr, nullptr, 3, false, probe), IMF_ERRBADBITMAP);
-    bad->BytesPerPixel = 3;
-}
-
 TEST(RowFrame, EmptyRectangleGivesTheCopiedSourceWithoutTransparentIndex) {
     std::mt19937 rng(5);
     OwnedImf src, before, dst;
