@@ -17,7 +17,6 @@
 #include "libtools.h"
 #include "reference/colour_reference.h"
 #include "support/bitmaps.h"
-#include "support/reference_check.h"
 
 using namespace testing_support;
 

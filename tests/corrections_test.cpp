@@ -13,7 +13,6 @@
 #include "libtools.h"
 #include "reference/tone_reference.h"
 #include "support/bitmaps.h"
-#include "support/reference_check.h"
 
 using testing_support::OwnedImf;
 

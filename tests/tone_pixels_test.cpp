@@ -11,7 +11,6 @@
 #include "lut/tone_pixels.h"
 #include "reference/tone_reference.h"
 #include "support/bitmaps.h"
-#include "support/reference_check.h"
 
 using testing_support::OwnedImf;
 

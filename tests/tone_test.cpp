@@ -15,7 +15,6 @@
 #include "reference/lut_reference.h"
 #include "reference/tone_reference.h"
 #include "support/bitmaps.h"
-#include "support/reference_check.h"
 
 using testing_support::OwnedImf;
 
