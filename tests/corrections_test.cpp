@@ -70,27 +70,6 @@ TEST(Histograms, StatedCases) {
     EXPECT_EQ(all[0], 0u);
 }
 
-// Low-contrast random pictures, where the thresholds and the ranges matter.
-TEST(Corrections, MatchReferenceOnNarrowRanges) {
-    std::mt19937 rng(77);
-    for (int round = 0; round < 60; ++round) {
-        const unsigned type = testing_support::kByteTypes[round % 9];
-        OwnedImf src;
-        testing_support::MakeRandom(rng, type, 40 + round, 30, 1, &src);
-        const int lo = static_cast<int>(rng() % 200), span = 1 + static_cast<int>(rng() % 40);
-        for (long i = 0; i < static_cast<long>(src->BytesPerLine) * src->Height; ++i)
-            src->Data[i] = static_cast<TUbyte>(lo + src->Data[i] % span);
-        if (round % 5 == 0) src->Data[0] = 0;  // one outlier, below the 0.1 % threshold or not
-        for (const Correction &c : kCorrections) {
-            OwnedImf expect, dst;
-            testing_support::Clone(src.b, &expect);
-            c.ref(src.b, expect.get(), IMF_RECT{0, 0, src->Width, src->Height});
-            ASSERT_EQ(c.fast(src.get(), dst.get(), nullptr), IMF_NOERROR);
-            ASSERT_EQ(testing_support::Diff(dst.b, expect.b), "") << c.name << " " << testing_support::TypeName(type);
-        }
-    }
-}
-
 TEST(Corrections, UniformGrey) {
     for (const auto &op : {std::make_pair("auto levels", &imfAutoLevels), std::make_pair("normalize", &imfNormalize)}) {
         OwnedImf b;
@@ -180,36 +159,6 @@ TEST(Corrections, PublicBalanceOrdersTheOffsets) {
     imgFreeBitmap(b);
 }
 
-TEST(Corrections, PublicEntryPointsRunOnTheWholeBitmap) {
-    const std::pair<const char *, std::function<IMG_ERROR(IMG_BITMAP *, IMG_BITMAP **)>> pubs[] = {
-        {"imgEqualize", imgEqualize},
-        {"imgEqualizeOnLuminance", imgEqualizeOnLuminance},
-        {"imgAutomaticLevels", imgAutomaticLevels},
-        {"imgNormalize", imgNormalize},
-        {"imgAutomaticContrast", imgAutomaticContrast},
-    };
-    for (size_t i = 0; i < 5; ++i) {
-        IMG_BITMAP *b = imgCreateBitmap(IMG_BGR, 17, 9);
-        ASSERT_NE(b, nullptr);
-        std::mt19937 rng(static_cast<unsigned>(i));
-        for (long j = 0; j < static_cast<long>(b->BytesPerLine) * b->Height; ++j)
-            b->Data[j] = static_cast<IMG_UINT8>(60 + rng() % 90);
-        IMF_BITMAP rec;
-        imgrec::ToImf(&rec, b);
-        OwnedImf expect;
-        testing_support::Clone(rec, &expect);
-        kCorrections[i].ref(rec, expect.get(), IMF_RECT{0, 0, 17, 9});
-        IMG_BITMAP *out = nullptr;
-        ASSERT_EQ(pubs[i].second(b, &out), IMG_NO_ERROR);
-        ASSERT_NE(out, nullptr);
-        IMF_BITMAP got;
-        imgrec::ToImf(&got, out);
-        EXPECT_EQ(testing_support::Diff(got, expect.b), "") << pubs[i].first;
-        imgFreeBitmap(out);
-        imgFreeBitmap(b);
-    }
-}
-
 TEST(Corrections, GreyWithSixteenLevelsIsRescaledAndDeclared256) {
     std::mt19937 rng(5);
     OwnedImf b;
@@ -223,35 +172,6 @@ TEST(Corrections, GreyWithSixteenLevelsIsRescaledAndDeclared256) {
     EXPECT_EQ(b->ColorUsed, 256);
     EXPECT_EQ(testing_support::Diff(b.b, expect.b), "");
     for (int i = 0; i < 256; ++i) ASSERT_LE(b->Data[i], 15);  // the curve was rescaled to 16 levels
-}
-
-TEST(Corrections, RefusalsChangeNothing) {
-    std::mt19937 rng(9);
-    const IMF_RECT bad = {2, 2, 30, 1};
-    for (const Correction &c : kCorrections) {
-        OwnedImf bin, grey, before;
-        testing_support::MakeRandom(rng, IMF_BINARY, 20, 4, 1, &bin);
-        testing_support::Clone(bin.b, &before);
-        IMF_BITMAP dst;
-        std::memset(&dst, 0, sizeof dst);
-        EXPECT_EQ(c.fast(bin.get(), &dst, nullptr), IMF_ERRBADBITMAP) << c.name;
-        EXPECT_EQ(c.fast(bin.get(), nullptr, nullptr), IMF_ERRBADBITMAP) << c.name;
-        EXPECT_EQ(dst.Data, nullptr);
-        EXPECT_EQ(testing_support::Diff(bin.b, before.b), "");
-        testing_support::MakeRandom(rng, IMF_GREY, 20, 4, 1, &grey);
-        grey->ColorUsed = 100;
-        OwnedImf gb;
-        testing_support::Clone(grey.b, &gb);
-        EXPECT_EQ(c.fast(grey.get(), &dst, &bad), IMF_ERRBADPARAMS) << c.name;
-        EXPECT_EQ(c.fast(grey.get(), nullptr, &bad), IMF_ERRBADPARAMS) << c.name;
-        EXPECT_EQ(dst.Data, nullptr);
-        EXPECT_EQ(grey->ColorUsed, 100);
-        EXPECT_EQ(testing_support::Diff(grey.b, gb.b), "");
-        EXPECT_EQ(c.fast(nullptr, nullptr, nullptr), IMF_ERRBADPARAMS);
-    }
-    OwnedImf rgb;
-    testing_support::MakeRandom(rng, IMF_RGB, 3, 3, 1, &rgb);
-    EXPECT_EQ(imfBalance(rgb.get(), nullptr, nullptr, nullptr), IMF_ERRBADPARAMS);
 }
 
 // Empty bitmaps have no statistics: they come back unchanged with code 0,

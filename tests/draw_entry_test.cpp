@@ -42,53 +42,6 @@ IMG_BITMAP *const kSentinel = reinterpret_cast<IMG_BITMAP *>(0x1234);
 
 }  // namespace
 
-TEST(DrawEntry, RefusalsChangeNothing) {
-    struct Case {
-        const char *what;
-        IMG_BITMAP_TYPE type;
-        IMG_UINT16 bits;
-        const IMG_POINT *points;
-        IMG_INT32 n;
-        IMG_UINT32 style;
-        bool only_points;  // only the point-taking functions refuse it
-    } cases[] = {
-        {"16 bits", IMG_RGB, 16, kTri, 3, 0, false},
-        {"binary", IMG_BINARY, 1, kTri, 3, 0, false},
-        {"style 5", IMG_GREY, 8, kTri, 3, 5, false},  // the point function takes no style
-        {"style huge", IMG_GREY, 8, kTri, 3, 0xFFFFFFFFu, false},
-        {"two points", IMG_GREY, 8, kTri, 2, 0, true},
-        {"no points", IMG_GREY, 8, kTri, 0, 0, true},
-        {"negative count", IMG_GREY, 8, kTri, -3, 0, true},
-        {"null points", IMG_GREY, 8, nullptr, 3, 0, true},
-    };
-    for (const auto &c : cases)
-        for (const auto &f : kCalls) {
-            if (c.only_points && !f.takes_points) continue;
-            if (c.style != 0 && std::strcmp(f.name, "point") == 0) continue;
-            Canvas a(6, 6, IMG_TOP_LEFT, c.type);
-            a.b->BitsPerComponent = c.bits;
-            const size_t n = static_cast<size_t>(a.b->BytesPerLine) * a.b->Height;
-            std::vector<IMG_UINT8> before(a.b->Data, a.b->Data + n);
-            IMG_BITMAP *dst = kSentinel;
-            EXPECT_EQ(f.call(a.b, c.points, c.n, c.style, &dst), IMG_ERROR_BAD_PARAMETERS) << f.name << ", " << c.what;
-            EXPECT_EQ(dst, kSentinel) << f.name << ", " << c.what;
-            EXPECT_EQ(f.call(a.b, c.points, c.n, c.style, nullptr), IMG_ERROR_BAD_PARAMETERS) << f.name;
-            EXPECT_EQ(std::memcmp(before.data(), a.b->Data, n), 0) << f.name << ", " << c.what;
-        }
-}
-
-TEST(DrawEntry, NullAndInconsistentBitmapsAreRefused) {
-    for (const auto &f : kCalls) {
-        EXPECT_EQ(f.call(nullptr, kTri, 3, 0, nullptr), IMG_ERROR_BAD_PARAMETERS) << f.name;
-        Canvas a(6, 6);
-        a.b->BytesPerLine = 2;  // rows shorter than their pixels
-        EXPECT_EQ(f.call(a.b, kTri, 3, 0, nullptr), IMG_ERROR_BAD_PARAMETERS) << f.name;
-        Canvas c(6, 6);
-        c.b->BytesPerPixel = 3;  // does not match the type
-        EXPECT_EQ(f.call(c.b, kTri, 3, 0, nullptr), IMG_ERROR_BAD_PARAMETERS) << f.name;
-    }
-}
-
 TEST(DrawEntry, CloneIntoDestinationLeavesSourceAlone) {
     for (const auto &f : kCalls) {
         Canvas a(6, 6);

@@ -131,61 +131,6 @@ TEST(Lut, IdentityTableAndEmptyAreaChangeNothing) {
     }
 }
 
-TEST(Negate, BinaryBitsAgainstThePerBitReference) {
-    std::mt19937 rng(5);
-    std::uniform_int_distribution<int> size(1, 70), coin(0, 1);
-    for (int iter = 0; iter < 300; ++iter) {
-        int w = size(rng), h = size(rng) % 9 + 1;
-        OwnedImf src, expect, dst, orig;
-        testing_support::MakeRandom(rng, IMF_BINARY, w, h, 1 + iter % 4, &src);
-        testing_support::Clone(*src.get(), &orig);
-        testing_support::Clone(*src.get(), &expect);
-        IMF_RECT area = testing_support::RandomArea(rng, w, h);
-        reference::NegateBits(expect.get(), area);
-        if (coin(rng)) {
-            ASSERT_EQ(imfNegate(src.get(), dst.get(), &area), IMF_NOERROR);
-            EXPECT_EQ(testing_support::Diff(*dst.get(), *expect.get()), "");
-            EXPECT_EQ(testing_support::Diff(*src.get(), *orig.get()), "");
-        } else {
-            ASSERT_EQ(imfNegate(src.get(), nullptr, &area), IMF_NOERROR);
-            EXPECT_EQ(testing_support::Diff(*src.get(), *expect.get()), "");
-            ASSERT_EQ(imfNegate(src.get(), nullptr, &area), IMF_NOERROR);
-            EXPECT_EQ(testing_support::Diff(*src.get(), *orig.get()), "") << "twice is identity";
-        }
-    }
-}
-
-TEST(Lut, RefusalsChangeNothing) {
-    std::mt19937 rng(9);
-    OwnedImf b, before, dst;
-    testing_support::MakeRandom(rng, IMF_RGB, 6, 6, 1, &b);
-    testing_support::Clone(*b.get(), &before);
-    TUbyte t[256] = {0};
-    const IMF_RECT outside = {2, 2, 5, 1};
-    EXPECT_EQ(imfApplyLut(b.get(), nullptr, &outside, t), IMF_ERRBADPARAMS);
-    EXPECT_EQ(imfNegate(b.get(), dst.get(), &outside), IMF_ERRBADPARAMS);
-    EXPECT_EQ(dst->Data, nullptr) << "no destination allocated";
-    EXPECT_EQ(imfApplyLut(b.get(), nullptr, nullptr, nullptr), IMF_ERRBADPARAMS);
-    EXPECT_EQ(testing_support::Diff(*b.get(), *before.get()), "");
-    OwnedImf bin;
-    testing_support::MakeRandom(rng, IMF_BINARY, 6, 6, 1, &bin);
-    EXPECT_EQ(imfApplyLut(bin.get(), nullptr, nullptr, t), IMF_ERRBADBITMAP);
-    // Inconsistent records are refused before they are touched.
-    IMF_BITMAP bad = *b.get();
-    bad.BytesPerLine = 5;  // shorter than 6 RGB pixels
-    EXPECT_EQ(imfNegate(&bad, nullptr, nullptr), IMF_ERRBADBITMAP);
-    bad = *b.get();
-    bad.BytesPerPixel = 4;
-    EXPECT_EQ(imfNegate(&bad, nullptr, nullptr), IMF_ERRBADBITMAP);
-    bad = *b.get();
-    bad.Data = nullptr;
-    EXPECT_EQ(imfNegate(&bad, nullptr, nullptr), IMF_ERRBADBITMAP);
-    bad = *b.get();
-    bad.Type = 0x0800;
-    EXPECT_EQ(imfNegate(&bad, nullptr, nullptr), IMF_ERRBADBITMAP);
-    EXPECT_EQ(testing_support::Diff(*b.get(), *before.get()), "");
-}
-
 // ---- The public entry frame -------------------------------------------------
 
 TEST(Frame, ThreeModes) {
@@ -223,35 +168,6 @@ TEST(Frame, ThreeModes) {
     EXPECT_EQ(dst->Width, 3);
     EXPECT_EQ(dst->BitsPerComponent, 8);
     imgFreeBitmap(dst);
-    imgFreeBitmap(src);
-}
-
-TEST(Frame, RefusesDeepBitmapsWithoutTouchingAnything) {
-    IMG_BITMAP *src = imgCreateBitmap(IMG_GREY, 2, 2);
-    src->BitsPerComponent = 16;
-    src->Data[0] = 3;
-    IMG_BITMAP *marker = reinterpret_cast<IMG_BITMAP *>(0x1234);
-    IMG_BITMAP *dst = marker;
-    EXPECT_EQ(imgNegative(src, &dst), IMG_ERROR_BAD_PARAMETERS);
-    EXPECT_EQ(dst, marker);
-    EXPECT_EQ(src->Data[0], 3);
-    EXPECT_EQ(src->BitsPerComponent, 16);
-    EXPECT_EQ(imgNegative(nullptr, nullptr), IMG_ERROR_BAD_PARAMETERS);
-    imgFreeBitmap(src);
-}
-
-// A rejected operation: in place the result is still IMG_NO_ERROR and the
-// pixels stay; with a destination, *dst is null and the code says why.
-TEST(Frame, RejectedOperationInPlaceAndWithDestination) {
-    IMG_BITMAP *src = imgCreateBitmap(IMG_RGB, 2, 2);
-    src->BytesPerPixel = 4;  // inconsistent with RGB: refused by the operation
-    src->Data[0] = 1;
-    EXPECT_EQ(imgNegative(src, nullptr), IMG_NO_ERROR);
-    EXPECT_EQ(src->Data[0], 1);
-    IMG_BITMAP *dst = src + 1;  // anything but src
-    EXPECT_EQ(imgNegative(src, &dst), IMG_ERROR_BAD_PARAMETERS);
-    EXPECT_EQ(dst, nullptr);
-    src->BytesPerPixel = 3;
     imgFreeBitmap(src);
 }
 

@@ -46,24 +46,6 @@ struct Geometry {
 // Tall enough for several blocks of rows at the largest sizes.
 const Geometry kShapes[] = {{1, 1}, {1, 9}, {13, 1}, {17, 5}, {70, 6}, {19, 47}};
 
-// The running extremes down the columns, over many blocks of rows, with
-// rectangles starting anywhere.
-TEST(RankFilters, MinimumAndMaximumOverManyBlocksOfRows) {
-    std::mt19937 rng(99);
-    for (const RankOp &op : {kRankOps[0], kRankOps[1]})
-        for (int n = 2; n <= 15; ++n)
-            for (int trial = 0; trial < 2; ++trial) {
-                OwnedImf src, want, dst;
-                testing_support::MakeRandom(rng, trial ? IMF_RGB : IMF_GREY, 29, 83, 1, &src);
-                IMF_RECT area = testing_support::RandomArea(rng, 29, 83);
-                if (!trial) area = IMF_RECT{3, 7, 20, 70};
-                Clone(*src.get(), &want);
-                reference::RankFilter(op.kind, *src.get(), want.get(), area, n);
-                ASSERT_EQ(op.fn(src.get(), dst.get(), &area, n), IMF_NOERROR);
-                EXPECT_EQ(Diff(*dst.get(), *want.get()), "") << op.name << " n " << n;
-            }
-}
-
 TEST(RankFilters, StatedExamples) {
     // A single 255 pixel on black, 7 x 7 grey.
     auto spot = [](OwnedImf *b) {
@@ -140,76 +122,7 @@ TEST(RankFilters, PaletteKeptAndIndicesFiltered) {
     EXPECT_EQ(std::memcmp(dst->ColorMap, src->ColorMap, sizeof(IMF_COLORMAP)), 0);
 }
 
-// Refusals leave everything as it was and allocate nothing.
-TEST(RankFilters, BadInputIsRefusedWithNothingChanged) {
-    std::mt19937 rng(9);
-    struct Case { RankFn fn; TLong size; IMF_ERROR rc; };
-    const Case cases[] = {
-        {imfMinimum, 1, IMF_ERRBADPARAMS},      {imfMaximum, 16, IMF_ERRBADPARAMS},
-        {imfMedianBox, -3, IMF_ERRBADPARAMS},   {imfMedianCross, INT_MAX, IMF_ERRBADPARAMS},
-        {imfMedianBox, INT_MIN, IMF_ERRBADPARAMS}, {imfMedianCross, 0, IMF_ERRBADPARAMS},
-        {imfBlurGaussian, 1, IMF_ERRBADPARAMS}, {imfBlurGaussian, 26, IMF_ERRBADPARAMS},
-        {imfBlurGaussian, -25, IMF_ERRBADPARAMS},
-    };
-    for (const Case &c : cases) {
-        OwnedImf src, before;
-        testing_support::MakeRandom(rng, IMF_RGB, 6, 5, 1, &src);
-        Clone(*src.get(), &before);
-        IMF_BITMAP dst;
-        std::memset(&dst, 0xA5, sizeof dst);
-        IMF_BITMAP dst_before = dst;
-        EXPECT_EQ(c.fn(src.get(), &dst, nullptr, c.size), c.rc) << c.size;
-        EXPECT_EQ(std::memcmp(&dst, &dst_before, sizeof dst), 0);
-        EXPECT_EQ(c.fn(src.get(), nullptr, nullptr, c.size), c.rc) << c.size;
-        EXPECT_EQ(Diff(*src.get(), *before.get()), "");
-    }
-    for (RankFn fn : {imfMinimum, imfMaximum, imfMedianBox, imfMedianCross, imfBlurGaussian}) {
-        OwnedImf bin, before;
-        testing_support::MakeRandom(rng, IMF_BINARY, 12, 4, 1, &bin);
-        Clone(*bin.get(), &before);
-        EXPECT_EQ(fn(bin.get(), nullptr, nullptr, 3), IMF_ERRBADBITMAP);
-        EXPECT_EQ(Diff(*bin.get(), *before.get()), "");
-        OwnedImf src;
-        testing_support::MakeRandom(rng, IMF_GREY, 6, 5, 1, &src);
-        Clone(*src.get(), &before);
-        const IMF_RECT outside{4, 0, 3, 5};
-        EXPECT_EQ(fn(src.get(), nullptr, &outside, 3), IMF_ERRBADPARAMS);
-        EXPECT_EQ(Diff(*src.get(), *before.get()), "");
-    }
-}
-
 // ---- Gaussian blur -------------------------------------------------------------
-
-TEST(GaussianBlur, WithinOneOfTheLiteralFormulaEverywhere) {
-    std::mt19937 rng(77);
-    for (unsigned type : testing_support::kByteTypes)
-        for (int n = 2; n <= 25; n += (n < 8 ? 1 : 3)) {
-            const Geometry g = kShapes[(n + type) % 6];
-            OwnedImf src, before, want;
-            testing_support::MakeRandom(rng, type, g.width, g.height, 4, &src);
-            Clone(*src.get(), &before);
-            const bool with_area = n % 3 == 1;
-            IMF_RECT area = testing_support::RandomArea(rng, g.width, g.height);
-            ASSERT_EQ(reference::BlurGaussianOp(*src.get(), with_area ? &area : nullptr, n, want.get()), IMF_NOERROR);
-            OwnedImf dst;
-            IMF_BITMAP *got = src.get();
-            if (n % 2) {
-                ASSERT_EQ(imfBlurGaussian(src.get(), dst.get(), with_area ? &area : nullptr, n), IMF_NOERROR);
-                EXPECT_EQ(Diff(*src.get(), *before.get()), "");
-                got = dst.get();
-            } else {
-                ASSERT_EQ(imfBlurGaussian(src.get(), nullptr, with_area ? &area : nullptr, n), IMF_NOERROR);
-            }
-            ASSERT_EQ(got->Width, want->Width);
-            EXPECT_EQ(got->TransparentIndex, -1);
-            const int row = g.width * got->BytesPerPixel;
-            for (int y = 0; y < g.height; ++y)
-                for (int i = 0; i < row; ++i) {
-                    const int a = got->Data[y * got->BytesPerLine + i], b = want->Data[y * want->BytesPerLine + i];
-                    ASSERT_LE(std::abs(a - b), 1) << TypeName(type) << " n " << n << " row " << y << " byte " << i;
-                }
-        }
-}
 
 TEST(GaussianBlur, SpotExampleOfSizeThree) {
     for (bool literal : {false, true}) {
@@ -276,43 +189,6 @@ TEST(GaussianBlur, InPlaceOnGreyKeepsTheRecord) {
 }
 
 // ---- Public entry points ---------------------------------------------------------
-
-TEST(RankPublic, EntryPointsRunTheirOperation) {
-    using PubFn = IMG_ERROR (*)(IMG_BITMAP *, IMG_BITMAP **, IMG_INT32);
-    struct Pair { PubFn pub; RankFn imf; };
-    const Pair pairs[] = {{imgMinimum, imfMinimum}, {imgMaximum, imfMaximum}, {imgMedianBox, imfMedianBox},
-                          {imgMedianCross, imfMedianCross}, {imgGaussianBlur, imfBlurGaussian}};
-    std::mt19937 rng(8);
-    for (const Pair &p : pairs) {
-        IMG_BITMAP *img = imgCreateBitmap(IMG_BGR, 23, 11);
-        ASSERT_NE(img, nullptr);
-        for (int i = 0; i < 11 * static_cast<int>(img->BytesPerLine); ++i) img->Data[i] = static_cast<IMG_UINT8>(rng());
-        OwnedImf want;
-        IMF_BITMAP view{};
-        view.Width = img->Width;
-        view.Height = img->Height;
-        view.BytesPerLine = static_cast<TLong>(img->BytesPerLine);
-        view.Type = img->Type;
-        view.BytesPerPixel = img->BytesPerPixel;
-        view.Pack = img->LinePadding;
-        view.Data = img->Data;
-        ASSERT_EQ(p.imf(&view, want.get(), nullptr, 5), IMF_NOERROR);
-        IMG_BITMAP *out = nullptr;
-        ASSERT_EQ(p.pub(img, &out, 5), IMG_NO_ERROR);
-        ASSERT_NE(out, nullptr);
-        for (int y = 0; y < 11; ++y)
-            EXPECT_EQ(std::memcmp(out->Data + y * out->BytesPerLine, want->Data + y * want->BytesPerLine, 23 * 3), 0);
-        ASSERT_EQ(p.pub(img, nullptr, 5), IMG_NO_ERROR);
-        for (int y = 0; y < 11; ++y)
-            EXPECT_EQ(std::memcmp(img->Data + y * img->BytesPerLine, want->Data + y * want->BytesPerLine, 23 * 3), 0);
-        img->BitsPerComponent = 16;
-        IMG_BITMAP *none = nullptr;
-        EXPECT_EQ(p.pub(img, &none, 5), IMG_ERROR_BAD_PARAMETERS);
-        EXPECT_EQ(none, nullptr);
-        imgFreeBitmap(out);
-        imgFreeBitmap(img);
-    }
-}
 
 // ---- OpenCV as a second opinion -------------------------------------------------
 

@@ -92,48 +92,6 @@ TEST(ToneTables, IdentityParameters) {
     }
 }
 
-// Every posterize level count, every threshold and a sweep of the other
-// parameters against the formulas as written.
-TEST(ToneTables, BuildersMatchTheFormulas) {
-    TUbyte fast[256], plain[256];
-    for (int levels = 2; levels <= 256; ++levels) {
-        imge::PosterizeTable(fast, levels);
-        reference::PosterizeTable(plain, levels);
-        ASSERT_EQ(std::memcmp(fast, plain, 256), 0) << "posterize " << levels;
-    }
-    for (int c = -127; c <= 127; ++c) {
-        imge::ContrastTable(fast, c);
-        reference::ContrastTable(plain, c);
-        ASSERT_EQ(std::memcmp(fast, plain, 256), 0) << "contrast " << c;
-    }
-    for (int b = -300; b <= 300; b += 7) {
-        imge::BrightnessTable(fast, b);
-        reference::BrightnessTable(plain, b);
-        ASSERT_EQ(std::memcmp(fast, plain, 256), 0) << "brightness " << b;
-    }
-    for (int t = -2; t <= 257; ++t) {
-        imge::SolarizeTable(fast, t);
-        reference::SolarizeTable(plain, t);
-        ASSERT_EQ(std::memcmp(fast, plain, 256), 0) << "solarize " << t;
-        imge::LevelsTable(fast, t, 255 - t / 2);
-        reference::LevelsTable(plain, t, 255 - t / 2);
-        ASSERT_EQ(std::memcmp(fast, plain, 256), 0) << "levels " << t;
-    }
-    for (double g : {0.01, 0.3, 0.5, 0.9999, 1.00005, 1.0002, 1.8, 2.2, 7.5, 1e6}) {
-        imge::GammaTable(fast, g);
-        reference::GammaTable(plain, g);
-        ASSERT_EQ(std::memcmp(fast, plain, 256), 0) << "gamma " << g;
-        for (int c : {-100, 0, 40}) {
-            imge::AdjustTable(fast, 17, c, g);
-            reference::AdjustTable(plain, 17, c, g);
-            ASSERT_EQ(std::memcmp(fast, plain, 256), 0) << "adjust " << g << " " << c;
-        }
-    }
-    imge::LogTable(fast);
-    reference::LogTable(plain);
-    EXPECT_EQ(std::memcmp(fast, plain, 256), 0);
-}
-
 TEST(ToneTables, AdjustGammaStepIsSkippedCloseToOne) {
     TUbyte t[256], one[256];
     imfGetAdjustLut(one, 0, 0, 1.0);
@@ -166,58 +124,6 @@ TEST(ToneTables, GetAdjustLutWithRefusedParametersIsTheIdentity) {
     imfGetAdjustLut(nullptr, 0, 0, 1.0);  // nothing to fill, no crash
 }
 
-// Refusals: binary sources, parameters outside the curves, rejected areas;
-// nothing changes and no destination is made.
-TEST(ToneTables, RefusalsChangeNothing) {
-    const double nan = std::numeric_limits<double>::quiet_NaN();
-    struct Case {
-        const char *name;
-        unsigned type;
-        std::function<IMF_ERROR(IMF_BITMAP *, IMF_BITMAP *, const IMF_RECT *)> op;
-        IMF_ERROR want;
-    };
-    const Case cases[] = {
-        {"binary brightness", IMF_BINARY, [](IMF_BITMAP *s, IMF_BITMAP *d, const IMF_RECT *a) { return imfBrightness(s, d, a, 5); }, IMF_ERRBADBITMAP},
-        {"binary levels", IMF_BINARY, [](IMF_BITMAP *s, IMF_BITMAP *d, const IMF_RECT *a) { return imfLevels(s, d, a, 5, 9); }, IMF_ERRBADBITMAP},
-        {"binary log", IMF_BINARY, [](IMF_BITMAP *s, IMF_BITMAP *d, const IMF_RECT *a) { return imfLog(s, d, a); }, IMF_ERRBADBITMAP},
-        {"binary solarize", IMF_BINARY, [](IMF_BITMAP *s, IMF_BITMAP *d, const IMF_RECT *a) { return imfSolarize(s, d, a, 5); }, IMF_ERRBADBITMAP},
-        {"binary gamma bad too", IMF_BINARY, [](IMF_BITMAP *s, IMF_BITMAP *d, const IMF_RECT *a) { return imfGamma(s, d, a, -1); }, IMF_ERRBADBITMAP},
-        {"posterize 1", IMF_RGB, [](IMF_BITMAP *s, IMF_BITMAP *d, const IMF_RECT *a) { return imfPosterize(s, d, a, 1); }, IMF_ERRBADPARAMS},
-        {"posterize 0", IMF_GREY, [](IMF_BITMAP *s, IMF_BITMAP *d, const IMF_RECT *a) { return imfPosterize(s, d, a, 0); }, IMF_ERRBADPARAMS},
-        {"posterize 257", IMF_RGBA, [](IMF_BITMAP *s, IMF_BITMAP *d, const IMF_RECT *a) { return imfPosterize(s, d, a, 257); }, IMF_ERRBADPARAMS},
-        {"posterize -3", IMF_COLORS, [](IMF_BITMAP *s, IMF_BITMAP *d, const IMF_RECT *a) { return imfPosterize(s, d, a, -3); }, IMF_ERRBADPARAMS},
-        {"gamma 0", IMF_RGB, [](IMF_BITMAP *s, IMF_BITMAP *d, const IMF_RECT *a) { return imfGamma(s, d, a, 0.0); }, IMF_ERRBADPARAMS},
-        {"gamma -2", IMF_COLORS, [](IMF_BITMAP *s, IMF_BITMAP *d, const IMF_RECT *a) { return imfGamma(s, d, a, -2.0); }, IMF_ERRBADPARAMS},
-        {"gamma nan", IMF_BGR, [nan](IMF_BITMAP *s, IMF_BITMAP *d, const IMF_RECT *a) { return imfGamma(s, d, a, nan); }, IMF_ERRBADPARAMS},
-        {"adjust gamma 0", IMF_RGB, [](IMF_BITMAP *s, IMF_BITMAP *d, const IMF_RECT *a) { return imfAdjust(s, d, a, 0, 0, 0.0); }, IMF_ERRBADPARAMS},
-        {"adjust contrast 128", IMF_RGB, [](IMF_BITMAP *s, IMF_BITMAP *d, const IMF_RECT *a) { return imfAdjust(s, d, a, 0, 128, 1.0); }, IMF_ERRBADPARAMS},
-        {"contrast 128", IMF_GREY, [](IMF_BITMAP *s, IMF_BITMAP *d, const IMF_RECT *a) { return imfContrast(s, d, a, 128); }, IMF_ERRBADPARAMS},
-        {"contrast -128", IMF_CMYK, [](IMF_BITMAP *s, IMF_BITMAP *d, const IMF_RECT *a) { return imfContrast(s, d, a, -128); }, IMF_ERRBADPARAMS},
-        {"contrast 1000", IMF_ARGB, [](IMF_BITMAP *s, IMF_BITMAP *d, const IMF_RECT *a) { return imfContrast(s, d, a, 1000); }, IMF_ERRBADPARAMS},
-    };
-    std::mt19937 rng(3);
-    for (const Case &c : cases) {
-        OwnedImf src, before;
-        testing_support::MakeRandom(rng, c.type, 9, 5, 2, &src);
-        testing_support::Clone(src.b, &before);
-        IMF_BITMAP dst;
-        std::memset(&dst, 0, sizeof dst);
-        EXPECT_EQ(c.op(src.get(), &dst, nullptr), c.want) << c.name;
-        EXPECT_EQ(dst.Data, nullptr) << c.name;
-        EXPECT_EQ(c.op(src.get(), nullptr, nullptr), c.want) << c.name;
-        EXPECT_EQ(testing_support::Diff(src.b, before.b), "") << c.name;
-    }
-    // A rejected area.
-    OwnedImf src, before;
-    testing_support::MakeRandom(rng, IMF_RGB, 9, 5, 1, &src);
-    testing_support::Clone(src.b, &before);
-    const IMF_RECT bad = {3, 0, 7, 5};
-    EXPECT_EQ(imfBrightness(src.get(), nullptr, &bad, 9), IMF_ERRBADPARAMS);
-    EXPECT_EQ(imfAdjust(src.get(), nullptr, &bad, 9, 9, 1.5), IMF_ERRBADPARAMS);
-    EXPECT_EQ(testing_support::Diff(src.b, before.b), "");
-    EXPECT_EQ(imfBrightness(nullptr, nullptr, nullptr, 9), IMF_ERRBADPARAMS);
-}
-
 // Levels at the ends of the 32-bit range: v - low is taken in 64 bits.
 TEST(ToneTables, LevelsWithExtremeBounds) {
     OwnedImf b;
@@ -247,47 +153,6 @@ TEST(ToneTables, ColourMappedChangesThePaletteOnly) {
         ASSERT_EQ(src->ColorMap->Blue[k], s(before->ColorMap->Blue[k]));
         ASSERT_EQ(src->ColorMap->Alpha[k], before->ColorMap->Alpha[k]);
     }
-}
-
-// The public entry points run the processing operation on the whole bitmap.
-TEST(ToneTables, PublicEntryPoints) {
-    struct Case {
-        const char *name;
-        std::function<IMG_ERROR(IMG_BITMAP *, IMG_BITMAP **)> pub;
-        std::function<void(TUbyte *)> table;
-    };
-    const Case cases[] = {
-        {"imgBrightness", [](IMG_BITMAP *s, IMG_BITMAP **d) { return imgBrightness(s, d, 20); },
-         [](TUbyte *t) { reference::BrightnessTable(t, 20); }},
-        {"imgContrast", [](IMG_BITMAP *s, IMG_BITMAP **d) { return imgContrast(s, d, -30); },
-         [](TUbyte *t) { reference::ContrastTable(t, -30); }},
-        {"imgGamma", [](IMG_BITMAP *s, IMG_BITMAP **d) { return imgGamma(s, d, 2.2); },
-         [](TUbyte *t) { reference::GammaTable(t, 2.2); }},
-        {"imgLogCorrection", [](IMG_BITMAP *s, IMG_BITMAP **d) { return imgLogCorrection(s, d); },
-         [](TUbyte *t) { reference::LogTable(t); }},
-        {"imgAdjust", [](IMG_BITMAP *s, IMG_BITMAP **d) { return imgAdjust(s, d, 10, 20, 0.7); },
-         [](TUbyte *t) { reference::AdjustTable(t, 10, 20, 0.7); }},
-    };
-    for (const Case &c : cases)
-        for (bool separate : {false, true}) {
-            IMG_BITMAP *b = imgCreateBitmap(IMG_RGB, 16, 16);
-            ASSERT_NE(b, nullptr);
-            for (int i = 0; i < 16 * 16 * 3; ++i) b->Data[i] = static_cast<IMG_UINT8>(i * 7);
-            TUbyte t[256];
-            c.table(t);
-            IMG_BITMAP *out = nullptr;
-            ASSERT_EQ(c.pub(b, separate ? &out : nullptr), IMG_NO_ERROR) << c.name;
-            IMG_BITMAP *r = separate ? out : b;
-            ASSERT_NE(r, nullptr);
-            for (int i = 0; i < 16 * 16 * 3; ++i) {
-                ASSERT_EQ(r->Data[i], t[static_cast<IMG_UINT8>(i * 7)]) << c.name << " byte " << i;
-                if (separate) {
-                    ASSERT_EQ(b->Data[i], static_cast<IMG_UINT8>(i * 7));
-                }
-            }
-            if (separate) imgFreeBitmap(out);
-            imgFreeBitmap(b);
-        }
 }
 
 }  // namespace
