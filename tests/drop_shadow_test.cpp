@@ -24,15 +24,6 @@ const TUbyte *Pixel(const IMF_BITMAP &b, int x, int y) {
     return b.Data + static_cast<long long>(y) * b.BytesPerLine + static_cast<long long>(x) * b.BytesPerPixel;
 }
 
-// Largest difference between two bitmaps of the same geometry.
-int MaxDiff(const IMF_BITMAP &a, const IMF_BITMAP &b) {
-    int worst = 0;
-    for (int y = 0; y < a.Height; ++y)
-        for (int i = 0; i < a.Width * a.BytesPerPixel; ++i)
-            worst = std::max(worst, std::abs(int(Pixel(a, 0, y)[i]) - int(Pixel(b, 0, y)[i])));
-    return worst;
-}
-
 TEST(DropShadow, StatedGeometry) {
     std::mt19937 rng(1);
     {  // 64 x 64 with size 0 and depth 0: the image itself.
