@@ -91,8 +91,6 @@ void CheckExtraction(unsigned seed) {
         }
 }
 
-TEST(ChannelOps, ExtractChannelGivesTheSelectedPlane) { CheckExtraction(3); }
-
 // The source passed as its own destination is worked in place: same
 // buffer, same bytes as a null destination, nothing replaced or leaked.
 TEST(ChannelOps, ShadowHighlightWithTheSourceAsDestinationWorksInPlace) {

@@ -70,8 +70,6 @@ TEST(Histograms, StatedCases) {
     EXPECT_EQ(all[0], 0u);
 }
 
-// Low-contrast random pictures, where the thresholds and the ranges matter.
-
 TEST(Corrections, UniformGrey) {
     for (const auto &op : {std::make_pair("auto levels", &imfAutoLevels), std::make_pair("normalize", &imfNormalize)}) {
         OwnedImf b;

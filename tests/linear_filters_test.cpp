@@ -214,7 +214,4 @@ namespace {
 
 namespace {
 
-// Every percentage around the ranges the vector paths take (16-bit, single
-// precision, plain), on rows wide enough for every vector width.
-
 }  // namespace

@@ -171,9 +171,6 @@ TEST(Frame, ThreeModes) {
     imgFreeBitmap(src);
 }
 
-// A rejected operation: in place the result is still IMG_NO_ERROR and the
-// pixels stay; with a destination, *dst is null and the code says why.
-
 TEST(Frame, BinaryBitmapsAreNegatedBitwise) {
     IMG_BITMAP *src = imgCreateBitmap(IMG_BINARY, 10, 1);
     src->Data[0] = 0xF0;

@@ -46,9 +46,6 @@ struct Geometry {
 // Tall enough for several blocks of rows at the largest sizes.
 const Geometry kShapes[] = {{1, 1}, {1, 9}, {13, 1}, {17, 5}, {70, 6}, {19, 47}};
 
-// The running extremes down the columns, over many blocks of rows, with
-// rectangles starting anywhere.
-
 TEST(RankFilters, StatedExamples) {
     // A single 255 pixel on black, 7 x 7 grey.
     auto spot = [](OwnedImf *b) {
@@ -124,8 +121,6 @@ TEST(RankFilters, PaletteKeptAndIndicesFiltered) {
     ASSERT_NE(dst->ColorMap, nullptr);
     EXPECT_EQ(std::memcmp(dst->ColorMap, src->ColorMap, sizeof(IMF_COLORMAP)), 0);
 }
-
-// Refusals leave everything as it was and allocate nothing.
 
 // ---- Gaussian blur -------------------------------------------------------------
 

@@ -92,9 +92,6 @@ TEST(ToneTables, IdentityParameters) {
     }
 }
 
-// Every posterize level count, every threshold and a sweep of the other
-// parameters against the formulas as written.
-
 TEST(ToneTables, AdjustGammaStepIsSkippedCloseToOne) {
     TUbyte t[256], one[256];
     imfGetAdjustLut(one, 0, 0, 1.0);
@@ -127,9 +124,6 @@ TEST(ToneTables, GetAdjustLutWithRefusedParametersIsTheIdentity) {
     imfGetAdjustLut(nullptr, 0, 0, 1.0);  // nothing to fill, no crash
 }
 
-// Refusals: binary sources, parameters outside the curves, rejected areas;
-// nothing changes and no destination is made.
-
 // Levels at the ends of the 32-bit range: v - low is taken in 64 bits.
 TEST(ToneTables, LevelsWithExtremeBounds) {
     OwnedImf b;
@@ -160,7 +154,5 @@ TEST(ToneTables, ColourMappedChangesThePaletteOnly) {
         ASSERT_EQ(src->ColorMap->Alpha[k], before->ColorMap->Alpha[k]);
     }
 }
-
-// The public entry points run the processing operation on the whole bitmap.
 
 }  // namespace
