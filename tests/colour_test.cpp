@@ -67,30 +67,6 @@ TEST(ChannelOps, StatedValues) {
     EXPECT_NE(gd->Data, g->Data);
 }
 
-// Widths across several vector lengths with every tail.
-void CheckExtraction(unsigned seed) {
-    std::mt19937 rng(seed);
-    const unsigned types[8] = {IMF_COLORS, IMF_RGB, IMF_BGR, IMF_RGBA, IMF_ABGR, IMF_BGRA, IMF_ARGB, IMF_CMYK};
-    for (unsigned type : types)
-        for (TLong channel = -1; channel <= 5; ++channel) {
-            SCOPED_TRACE(TypeName(type) + " channel " + std::to_string(channel));
-            OwnedImf s, d;
-            MakeRandom(rng, type, 1 + static_cast<int>(rng() % 300), 1 + static_cast<int>(rng() % 7), 4, &s);
-            s->TransparentIndex = 3;
-            const std::vector<TUbyte> want = reference::ExtractChannel(s.b, channel);
-            const bool in_place = channel & 1;
-            ASSERT_EQ(imfExtractChannel(s.get(), in_place ? nullptr : d.get(), channel), IMF_NOERROR);
-            const IMF_BITMAP &g = in_place ? s.b : d.b;
-            EXPECT_EQ(g.Type, IMF_GREY);
-            EXPECT_EQ(g.ColorUsed, 256);
-            EXPECT_EQ(g.TransparentIndex, -1);
-            std::vector<TUbyte> got;
-            for (TLong y = 0; y < g.Height; ++y)
-                got.insert(got.end(), g.Data + y * g.BytesPerLine, g.Data + y * g.BytesPerLine + g.Width);
-            EXPECT_EQ(got, want);
-        }
-}
-
 // The source passed as its own destination is worked in place: same
 // buffer, same bytes as a null destination, nothing replaced or leaked.
 TEST(ChannelOps, ShadowHighlightWithTheSourceAsDestinationWorksInPlace) {
