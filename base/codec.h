@@ -46,6 +46,15 @@ IMG_ERROR JpegSubsampling(const uint8_t *data, size_t size, IMG_INT32 *subsampli
 // Appends a new metadata entry with a copy of the bytes to the chain whose
 // last `Next` field is *tail; false when memory is short.
 bool AppendMeta(IMF_METADATAENTRY ***tail, TUlong marker, const void *data, size_t n);
+// Whether a picture of `pixel_bytes` decoded bytes is believable for a file
+// of `file_size` bytes: at most 16 MiB plus 2048 bytes per byte of file.
+// Lossless deflate stays under 1032 : 1 and JPEG near 1000 : 1 even for a
+// flat colour, so honest files pass, while a few bytes that declare an
+// enormous picture are refused before any memory is taken.
+bool PixelsBelievable(size_t file_size, unsigned long long pixel_bytes);
+// The most scans a progressive JPEG may have; real encoders write at most a
+// few dozen, and each scan costs a pass over the whole picture.
+constexpr int kMaxJpegScans = 500;
 // The first entry of a kind, or null.
 const IMF_METADATAENTRY *FindMeta(const IMF_METADATAENTRY *chain, TUlong marker);
 

@@ -46,6 +46,25 @@ void OnMessage(j_common_ptr cinfo, int level) {
     std::longjmp(err->jump, 1);
 }
 
+// Called between the scans of a multi-scan file while it is buffered.
+void OnProgress(j_common_ptr cinfo) {
+    auto *d = reinterpret_cast<j_decompress_ptr>(cinfo);
+    if (d->input_scan_number <= kMaxJpegScans) return;
+    auto *err = reinterpret_cast<ErrorManager *>(cinfo->err);
+    std::snprintf(err->message, sizeof err->message, "more than %d scans", kMaxJpegScans);
+    std::longjmp(err->jump, 1);
+}
+
+// The decoded bytes, plus the coefficients a multi-scan file keeps for the
+// whole picture (64 two-byte values per block of every component).
+unsigned long long DecodeBytes(const jpeg_decompress_struct &c, bool grey) {
+    unsigned long long bytes = static_cast<unsigned long long>(c.image_width) * c.image_height * (grey ? 1 : 3);
+    if (jpeg_has_multiple_scans(const_cast<j_decompress_ptr>(&c)))
+        for (int i = 0; i < c.num_components; ++i)
+            bytes += 128ull * c.comp_info[i].width_in_blocks * c.comp_info[i].height_in_blocks;
+    return bytes;
+}
+
 void SetUp(ErrorManager &err) {
     jpeg_std_error(&err.pub);
     err.pub.error_exit = OnError;
@@ -56,6 +75,7 @@ void SetUp(ErrorManager &err) {
 struct Decompressor {
     jpeg_decompress_struct cinfo;
     ErrorManager err;
+    jpeg_progress_mgr progress{};
     bool created = false;
     IMF_BITMAP out{};
     IMF_METADATAENTRY *meta = nullptr;
@@ -117,6 +137,12 @@ Fail RunDecode(Decompressor &d, const uint8_t *data, size_t size) {
     const bool cmyk = in == JCS_CMYK || in == JCS_YCCK;
     const bool grey = in == JCS_GRAYSCALE;
     d.cinfo.out_color_space = grey ? JCS_GRAYSCALE : cmyk ? JCS_CMYK : JCS_RGB;
+    if (!PixelsBelievable(size, DecodeBytes(d.cinfo, grey))) {
+        std::snprintf(d.err.message, sizeof d.err.message, "picture too large for the file's length");
+        return Fail::Codec;
+    }
+    d.progress.progress_monitor = OnProgress;
+    d.cinfo.progress = &d.progress;
     jpeg_start_decompress(&d.cinfo);
     const TLong w = static_cast<TLong>(d.cinfo.output_width), h = static_cast<TLong>(d.cinfo.output_height);
     if (!imfAllock(&d.out, grey ? IMF_GREY : IMF_RGB, 1, w, h)) return Fail::Memory;
@@ -149,6 +175,7 @@ Fail RunDecode(Decompressor &d, const uint8_t *data, size_t size) {
 struct Compressor {
     jpeg_compress_struct cinfo;
     ErrorManager err;
+    jpeg_progress_mgr progress{};
     bool created = false;
     unsigned char *buffer = nullptr;
     unsigned long size = 0;

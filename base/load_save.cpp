@@ -71,6 +71,11 @@ bool AppendMeta(IMF_METADATAENTRY ***tail, TUlong marker, const void *data, size
     return true;
 }
 
+bool PixelsBelievable(size_t file_size, unsigned long long pixel_bytes) {
+    const unsigned long long floor = 16ull << 20, per_byte = 2048;
+    return pixel_bytes <= floor || (pixel_bytes - floor) / per_byte < file_size;
+}
+
 const IMF_METADATAENTRY *FindMeta(const IMF_METADATAENTRY *chain, TUlong marker) {
     for (int n = 0; chain && n < 65536; chain = chain->Next, ++n)
         if (chain->Marker == marker && chain->Data && chain->Length > 0) return chain;

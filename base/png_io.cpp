@@ -139,6 +139,9 @@ bool ReadPng(PngReader &r) {
     if (setjmp(png_jmpbuf(r.png))) return false;
     png_set_read_fn(r.png, &r, ReadBytes);
     png_set_benign_errors(r.png, 1);
+    // No ancillary chunk (a profile, a text) may claim more memory than the
+    // file could hold, decompressed or not; larger ones are skipped.
+    png_set_chunk_malloc_max(r.png, (16u << 20) + 4 * r.size);
     png_read_info(r.png, r.info);
     png_uint_32 w, h;
     int depth, colour, interlace;
@@ -168,10 +171,15 @@ bool ReadPng(PngReader &r) {
         break;
     default: type = IMF_RGBA; break;
     }
+    // Checked before libpng sets up its row buffers.
+    const int bytes_per_pixel = type == IMF_RGBA ? 4 : type == IMF_RGB ? 3 : 1;
+    if (!PixelsBelievable(r.size, static_cast<unsigned long long>(w) * h * bytes_per_pixel))
+        png_error(r.png, "picture too large for the file's length");
     png_set_interlace_handling(r.png);
     png_read_update_info(r.png, r.info);
     if (png_get_rowbytes(r.png, r.info) != static_cast<size_t>(w) * (type == IMF_RGBA ? 4 : type == IMF_RGB ? 3 : 1))
         png_error(r.png, "unexpected sample layout");
+
     r.rows = static_cast<png_bytep *>(std::malloc(sizeof(png_bytep) * (h ? h : 1)));
     if (!r.rows || !imfAllock(&r.out, type, 1, static_cast<TLong>(w), static_cast<TLong>(h))) {
         r.no_memory = true;
@@ -328,6 +336,17 @@ bool WritePng(PngWriter &w, const IMF_BITMAP &b, const IMF_METADATAENTRY *meta) 
 }  // namespace
 
 IMG_ERROR DecodePng(const uint8_t *data, size_t size, IMF_BITMAP *out, Message &msg) {
+    // libpng takes a chunk's memory before it reads the chunk: a length
+    // beyond the end of the file is refused before it is believed.
+    for (size_t at = 8; at + 8 <= size;) {
+        const uint32_t length = uint32_t(data[at]) << 24 | data[at + 1] << 16 | data[at + 2] << 8 | data[at + 3];
+        if (size - at < 12 || length > size - at - 12) {
+            msg.Set("bad PNG file: file cut short");
+            return IMG_ERROR_FILE_READ;
+        }
+        if (std::memcmp(data + at + 4, "IEND", 4) == 0) break;
+        at += 12 + size_t(length);
+    }
     PngReader r;
     r.data = data;
     r.size = size;

@@ -25,8 +25,50 @@ std::vector<uint8_t> Block(const IMG_BITMAP *b, TUlong marker) {
     return {};
 }
 
+// A grey PNG whose header declares `side` x `side` pixels and whose data
+// then ends.
+std::vector<uint8_t> PngDeclaring(uint32_t side) {
+    std::vector<uint8_t> png = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1a, '\n'};
+    auto chunk = [&png](const char *type, std::vector<uint8_t> data) {
+        for (int k = 0; k < 4; ++k) png.push_back(uint8_t(data.size() >> (24 - 8 * k)));
+        data.insert(data.begin(), type, type + 4);
+        uint32_t crc = 0xFFFFFFFF;  // over the type and the data
+        for (uint8_t byte : data) {
+            crc ^= byte;
+            for (int bit = 0; bit < 8; ++bit) crc = crc >> 1 ^ (0xEDB88320 & (0 - (crc & 1)));
+        }
+        png.insert(png.end(), data.begin(), data.end());
+        for (int k = 0; k < 4; ++k) png.push_back(uint8_t(~crc >> (24 - 8 * k)));
+    };
+    std::vector<uint8_t> header;
+    for (int k = 0; k < 8; ++k) header.push_back(uint8_t(side >> (24 - 8 * (k % 4))));
+    header.insert(header.end(), {8, 0, 0, 0, 0});
+    chunk("IHDR", header);
+    chunk("IDAT", {});
+    return png;
+}
+
+// A progressive JPEG whose last scan is repeated `times` more times.
+std::vector<uint8_t> JpegWithScans(int times) {
+    testing_support::JpegRecipe r;
+    r.progressive = true;
+    std::vector<uint8_t> j = testing_support::MakeJpeg(r);
+    size_t last = j.size() - 2;
+    while (!(j[last] == 0xFF && j[last + 1] == 0xDA)) --last;
+    const std::vector<uint8_t> scan(j.begin() + long(last), j.end() - 2);
+    for (int k = 0; k < times; ++k) j.insert(j.end() - 2, scan.begin(), scan.end());
+    return j;
+}
+
 TEST(LoadSave, ResultCodesAndReasons) {
     TempDir dir;
+    testing_support::WriteFileBytes(dir.File("bomb.png"), PngDeclaring(60000));
+    std::vector<uint8_t> jpeg = testing_support::MakeJpeg({});
+    for (const auto &seg : testing_support::Segments(jpeg))
+        if (seg.marker == 0xC0) jpeg[seg.offset + 1] = jpeg[seg.offset + 3] = 0xF0;  // over 61 000 a side
+    testing_support::WriteFileBytes(dir.File("bomb.jpg"), jpeg);
+    testing_support::WriteFileBytes(dir.File("scans.jpg"), JpegWithScans(600));
+    testing_support::WriteFileBytes(dir.File("ok-scans.jpg"), JpegWithScans(400));
     testing_support::WriteFileBytes(dir.File("gif.png"), {'G', 'I', 'F', '8', '9', 'a'});
     testing_support::WriteFileBytes(dir.File("cut.pgm"), {'P', '5', ' ', '4', ' ', '4', ' ', '2', '5', '5', ' ', 0});
     IMG_BITMAP *grey = imgCreateBitmap(IMG_GREY, 4, 4);
@@ -39,6 +81,9 @@ TEST(LoadSave, ResultCodesAndReasons) {
         {"load dir", IMG_ERROR_FILE_OPEN, "directory"},
         {"load gif.png", IMG_ERROR_UNKNOWN_FORMAT, "unsupported format"},
         {"load cut.pgm", IMG_ERROR_FILE_READ, "truncated"},
+        {"load bomb.png", IMG_ERROR_FILE_READ, "too large for the file"},
+        {"load bomb.jpg", IMG_ERROR_FILE_READ, "too large for the file"},
+        {"load scans.jpg", IMG_ERROR_FILE_READ, "more than 500 scans"},
         {"save x.gif", IMG_ERROR_UNKNOWN_FORMAT, "format"},
         {"save nodir/x.png", IMG_ERROR_FILE_CREATE, "No such file"},
     };
@@ -47,7 +92,8 @@ TEST(LoadSave, ResultCodesAndReasons) {
         const std::string path = name == "dir" ? dir.path() : dir.File(name);
         char message[128];
         IMG_BITMAP *b = grey;
-        const IMG_ERROR rc = c.what[0] == 'l' ? imgLoadBitmapMessage(path.c_str(), nullptr, &b, message, 128)
+        const IMG_LOAD_OPTIONS damaged_too{1, 0};  // the bounds hold even then
+        const IMG_ERROR rc = c.what[0] == 'l' ? imgLoadBitmapMessage(path.c_str(), &damaged_too, &b, message, 128)
                                               : imgSaveBitmapMessage(path.c_str(), grey, nullptr, message, 128);
         EXPECT_EQ(rc, c.code) << c.what;
         EXPECT_NE(std::string(message).find(c.reason), std::string::npos) << c.what << ": " << message;
@@ -56,6 +102,10 @@ TEST(LoadSave, ResultCodesAndReasons) {
         }
         EXPECT_STRNE(imgErrorString(rc), "unknown result code");
     }
+    const IMG_LOAD_OPTIONS damaged_too{1, 0};
+    IMG_BITMAP *scans = nullptr;
+    EXPECT_EQ(imgLoadBitmapEx(dir.File("ok-scans.jpg").c_str(), &damaged_too, &scans), IMG_NO_ERROR);
+    imgFreeBitmap(scans);
     IMG_BITMAP *none = grey;
     EXPECT_EQ(imgLoadBitmap(nullptr, &none), IMG_ERROR_BAD_PARAMETERS);
     EXPECT_EQ(none, nullptr);
