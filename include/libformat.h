@@ -167,7 +167,10 @@ IMG_API IMF_ERROR imfAddPoissonNoise(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF
  * writes `dst` (opened only after the whole source was read). The crop
  * (x, y, w, h in pixels of the transformed picture) is made when w and h are
  * both non-zero; its corner moves up and left to the iMCU grid, and a crop
- * that does not lie wholly inside the picture is refused. All APP markers and
+ * that does not lie wholly inside the picture is refused, except that
+ * without a transform a side longer than the picture's extends it with
+ * neutral grey (the offset, at most the difference, places the picture's
+ * whole iMCUs inside; a partial edge iMCU turns grey). All APP markers and
  * comments are copied; the EXIF orientation and thumbnail follow the flags.
  * 1 on success, 0 on failure. */
 IMG_API TWord imfJpegLosslessTransform2(const char *src, const char *dst, TLong x, TLong y, TLong w,

@@ -146,7 +146,11 @@ TEST_P(Oracle, CropsAndCropsOfTransformedPicturesAreJpegtransFiles) {
                                  {3 % W, 5 % H, (W + 1) / 2, (H + 1) / 2},
                                  {W / 3, H / 4, W - W / 3, H - H / 4},
                                  {W - 1, H - 1, 1, 1},
-                                 {W / 2, 0, W - W / 2, 1}};
+                                 {W / 2, 0, W - W / 2, 1},
+                                 // larger than the picture: extended without a transform
+                                 {16, 8, W + 40, H + 17},
+                                 {0, H / 3, W + 1, H - H / 3},
+                                 {9, 0, W + 8, H}};
     };
     int same = 0, total = 0;
     for (const Rect &r : rects(s.width, s.height))

@@ -29,11 +29,19 @@ void TrimBottom(Options *o, JDIMENSION full_height) {
 }
 
 // The crop along one axis: inside [0, extent), corner moved down to the
-// iMCU grid, the size grown by what the corner moved.
+// iMCU grid, the size grown by what the corner moved. When `may_extend`,
+// a size beyond the extent keeps its length and the offset places the
+// picture inside it instead.
 void CropAxis(j_decompress_ptr src, JDIMENSION offset, JDIMENSION size, JDIMENSION extent, int imcu,
-              JDIMENSION *out_size, JDIMENSION *out_imcus) {
-    if (size == 0 || offset >= extent || size > extent - offset) ERREXIT(src, JERR_BAD_CROP_SPEC);
-    *out_size = size + offset % JDIMENSION(imcu);
+              bool may_extend, JDIMENSION *out_size, JDIMENSION *out_imcus, bool *extends) {
+    *extends = may_extend && size > extent && size <= JPEG_MAX_DIMENSION;
+    if (*extends) {
+        if (offset > size - extent) ERREXIT(src, JERR_BAD_CROP_SPEC);
+        *out_size = size;
+    } else {
+        if (size == 0 || offset >= extent || size > extent - offset) ERREXIT(src, JERR_BAD_CROP_SPEC);
+        *out_size = size + offset % JDIMENSION(imcu);
+    }
     *out_imcus = offset / JDIMENSION(imcu);
 }
 
@@ -51,10 +59,14 @@ void RequestWorkspace(j_decompress_ptr src, Options *o) {
     o->imcu_height = swap ? mcu_h : mcu_v;
 
     o->x_crop_imcus = o->y_crop_imcus = 0;
+    o->extend_x = o->extend_y = false;
     if (o->crop) {
         JDIMENSION w, h;
-        CropAxis(src, o->crop_x, o->crop_width, o->output_width, o->imcu_width, &w, &o->x_crop_imcus);
-        CropAxis(src, o->crop_y, o->crop_height, o->output_height, o->imcu_height, &h, &o->y_crop_imcus);
+        const bool plain = o->transform == kNone;
+        CropAxis(src, o->crop_x, o->crop_width, o->output_width, o->imcu_width, plain, &w, &o->x_crop_imcus,
+                 &o->extend_x);
+        CropAxis(src, o->crop_y, o->crop_height, o->output_height, o->imcu_height, plain, &h, &o->y_crop_imcus,
+                 &o->extend_y);
         o->output_width = w;
         o->output_height = h;
     }
@@ -64,7 +76,7 @@ void RequestWorkspace(j_decompress_ptr src, Options *o) {
     const JDIMENSION down = swap ? src->image_width : src->image_height;
     bool workspace = true;
     switch (o->transform) {
-    case kNone: workspace = o->x_crop_imcus != 0 || o->y_crop_imcus != 0; break;
+    case kNone: workspace = o->x_crop_imcus != 0 || o->y_crop_imcus != 0 || o->extend_x || o->extend_y; break;
     case kFlipH:
         if (o->trim) TrimRight(o, across);
         workspace = o->y_crop_imcus != 0;  // otherwise mirrored in place

@@ -55,6 +55,10 @@ struct Options {
     JDIMENSION output_width = 0, output_height = 0;
     int imcu_width = 0, imcu_height = 0;      // iMCU size in output pixels
     JDIMENSION x_crop_imcus = 0, y_crop_imcus = 0;
+    // Without a transform, a crop wider (taller) than the picture extends
+    // it: the picture's whole iMCUs sit x_crop_imcus (y_crop_imcus) in from
+    // the left (top), everything else is neutral grey (all coefficients 0).
+    bool extend_x = false, extend_y = false;
     jvirt_barray_ptr *workspace = nullptr;    // null: the source arrays are written
 };
 
@@ -63,7 +67,9 @@ void SaveMarkers(j_decompress_ptr src);
 
 // Computes the output size, crop position and trim; requests the
 // destination arrays. A crop that does not lie wholly inside the
-// (transformed) picture is an error (JERR_BAD_CROP_SPEC).
+// (transformed) picture is an error (JERR_BAD_CROP_SPEC), except that
+// without a transform a side longer than the picture's extends it, with
+// the offset at most the difference of the two.
 void RequestWorkspace(j_decompress_ptr src, Options *opt);
 
 // After jpeg_copy_critical_parameters: sets the destination's size,

@@ -46,11 +46,15 @@ struct Axis {
     JDIMENSION crop;   // crop offset in blocks
     JDIMENSION limit;  // blocks of whole source iMCUs along this axis
     bool mirror;
+    bool extend;       // the picture starts `crop` blocks in; nothing outside it
     JDIMENSION Source(JDIMENSION d, bool *mirrored) const {
         const JDIMENSION s = d + crop;
         *mirrored = mirror && s < limit;
         return *mirrored ? limit - 1 - s : s;
     }
+    // For an extended axis: whether d shows the picture (its block d - crop).
+    bool Inside(JDIMENSION d) const { return !extend || (d >= crop && d - crop < limit); }
+    JDIMENSION Plain(JDIMENSION d) const { return extend ? d - crop : d + crop; }
 };
 
 JBLOCKARRAY Rows(j_decompress_ptr src, jvirt_barray_ptr array, JDIMENSION first, JDIMENSION count, bool write) {
@@ -82,6 +86,24 @@ void FlipHInPlace(j_decompress_ptr src, j_compress_ptr dst, jvirt_barray_ptr *co
     }
 }
 
+// One output row of a crop that extends the picture (no transform): the
+// picture's blocks where the axes say, zero blocks (grey) elsewhere.
+void CopyExtended(j_decompress_ptr src, jvirt_barray_ptr array, JDIMENSION group, const Axis &ax, const Axis &ay,
+                  JDIMENSION y, JDIMENSION width, JBLOCKROW out) {
+    if (!ay.Inside(y)) {
+        std::memset(out[0], 0, sizeof(JBLOCK) * width);
+        return;
+    }
+    const JDIMENSION sy = ay.Plain(y), first = sy - sy % group;
+    JBLOCKROW in = Rows(src, array, first, group, false)[sy - first];
+    for (JDIMENSION x = 0; x < width; ++x) {
+        if (ax.Inside(x))
+            std::memcpy(out[x], in[ax.Plain(x)], sizeof(JBLOCK));
+        else
+            std::memset(out[x], 0, sizeof(JBLOCK));
+    }
+}
+
 }  // namespace
 
 void Execute(j_decompress_ptr src, j_compress_ptr dst, jvirt_barray_ptr *coefs, const Options *o) {
@@ -104,12 +126,16 @@ void Execute(j_decompress_ptr src, j_compress_ptr dst, jvirt_barray_ptr *coefs, 
         const JDIMENSION h = JDIMENSION(c.h_samp_factor), v = JDIMENSION(c.v_samp_factor);
         // Rows of the source array are read in groups of its own sampling.
         const JDIMENSION group = JDIMENSION(src->comp_info[ci].v_samp_factor);
-        const Axis ax{o->x_crop_imcus * h, imcu_cols * h, mirror_x};
-        const Axis ay{o->y_crop_imcus * v, imcu_rows * v, mirror_y};
+        const Axis ax{o->x_crop_imcus * h, imcu_cols * h, mirror_x, o->extend_x};
+        const Axis ay{o->y_crop_imcus * v, imcu_rows * v, mirror_y, o->extend_y};
         const JDIMENSION width = swap ? (c.width_in_blocks + h - 1) / h * h : c.width_in_blocks;
         for (JDIMENSION y0 = 0; y0 < c.height_in_blocks; y0 += v) {
             JBLOCKARRAY out = Rows(src, o->workspace[ci], y0, v, true);
             for (JDIMENSION r = 0; r < v; ++r) {
+                if (o->extend_x || o->extend_y) {
+                    CopyExtended(src, coefs[ci], group, ax, ay, y0 + r, width, out[r]);
+                    continue;
+                }
                 bool my;
                 const JDIMENSION sy = ay.Source(y0 + r, &my);
                 if (!swap) {

@@ -188,7 +188,7 @@ if command -v jpegtran >/dev/null; then
   same cropped.jpg want.jpg "jpeg-crop against jpegtran"
 fi
 cp demo/sample-exif.jpg keep.jpg
-run jpeg-crop --width 1000 --height 10 keep.jpg; expect_rc 1 "crop outside the picture"
+run jpeg-crop --x 2000 --width 1000 --height 10 keep.jpg; expect_rc 1 "crop outside the picture"
 expect_err "imge: keep.jpg: not cropped" "crop outside the picture"; one_line_err "crop outside the picture"
 same keep.jpg demo/sample-exif.jpg "failed jpeg-crop changed its file"
 cp grey.pgm notjpeg.jpg
