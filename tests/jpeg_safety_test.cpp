@@ -9,11 +9,13 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <string>
 
 #include "libformat.h"
 #include "libimge.h"
+#include "support/exif_block.h"
 #include "support/jpeg_files.h"
 
 using namespace testing_support;
@@ -256,7 +258,7 @@ TEST_F(Replace, CropsOutsideThePictureAreRefusedAndZeroSizesMeanNoCrop) {
     const Bytes original = SmallJpeg();  // 75 x 50
     const std::string src = Put("src.jpg", original), out = dir_.File("out.jpg");
     const long bad[][4] = {{75, 0, 1, 1}, {0, 50, 1, 1}, {70, 0, 6, 10}, {0, 45, 10, 6},
-                           {-1, 0, 8, 8}, {0, 0, -1, 8}, {0, 0, 76, 50}, {1, 1, 75, 49}};
+                           {-1, 0, 8, 8}, {0, 0, -1, 8}, {2, 0, 76, 50}, {1, 1, 75, 49}};
     for (const auto &r : bad) {
         EXPECT_EQ(imfJpegLosslessCropEx(src.c_str(), out.c_str(), r[0], r[1], r[2], r[3], 0), 0)
             << r[0] << "," << r[1] << " " << r[2] << "x" << r[3];
@@ -272,6 +274,77 @@ TEST_F(Replace, CropsOutsideThePictureAreRefusedAndZeroSizesMeanNoCrop) {
     const JpegInfo info = ReadJpegInfo(ReadFileBytes(out));
     EXPECT_EQ(info.width, 75);
     EXPECT_EQ(info.height, 50);
+}
+
+// A 64 x 48 file whose frame header declares `side` x `side` pixels and
+// whose scan data ends after 64 bytes.
+Bytes Declaring(int side) {
+    JpegRecipe r;
+    Bytes j = MakeJpeg(r);
+    for (const Segment &seg : Segments(j))
+        if (seg.marker == 0xC0)
+            for (int k : {1, 3}) {
+                j[seg.offset + size_t(k)] = uint8_t(side >> 8);
+                j[seg.offset + size_t(k) + 1] = uint8_t(side);
+            }
+    size_t sos = 2;
+    while (!(j[sos] == 0xFF && j[sos + 1] == 0xDA)) ++sos;
+    j.resize(sos + 2 + size_t(j[sos + 2] << 8 | j[sos + 3]) + 64);
+    j.insert(j.end(), {0xFF, 0xD9});
+    return j;
+}
+
+// A progressive file whose last scan comes `times` more times.
+Bytes Rescanned(int times) {
+    JpegRecipe r;
+    r.progressive = true;
+    Bytes j = MakeJpeg(r);
+    size_t last = j.size() - 2;
+    while (!(j[last] == 0xFF && j[last + 1] == 0xDA)) --last;
+    const Bytes scan(j.begin() + long(last), j.end() - 2);
+    for (int k = 0; k < times; ++k) j.insert(j.end() - 2, scan.begin(), scan.end());
+    return j;
+}
+
+// A few hundred bytes that declare a huge picture, or scans beyond reason:
+// refused before the memory or the time is spent, and in a thumbnail left
+// alone while the picture turns.
+TEST_F(Replace, SizeAndScanBombsAreRefused) {
+    const struct {
+        const char *what;
+        Bytes file;
+        TWord result;
+    } cases[] = {
+        {"16000 x 16000 in 700 bytes", Declaring(16000), 0},
+        {"65500 x 65500 in 700 bytes", Declaring(65500), 0},
+        {"600 scans more", Rescanned(600), 0},
+        {"400 scans more", Rescanned(400), 1},
+    };
+    for (const auto &c : cases) {
+        const std::string src = Put("bomb.jpg", c.file), out = dir_.File("out.jpg");
+        std::remove(out.c_str());
+        EXPECT_EQ(imfJpegLosslessTransformEx(src.c_str(), out.c_str(), IMF_LOSSLESS_TRANSFORM_ROTATE90, 0), c.result)
+            << c.what;
+        EXPECT_EQ(FileExists(out), c.result == 1) << c.what;
+    }
+    // As the thumbnail of a 64 x 48 picture turned by its orientation: the
+    // bomb, and a thumbnail larger than the picture.
+    JpegRecipe larger;
+    larger.width = 96;
+    larger.height = 72;
+    for (const Bytes &thumb : {Declaring(16000), MakeJpeg(larger)}) {
+        ExifRecipe e;
+        e.orientation = 6;
+        e.thumbnail = thumb;
+        JpegRecipe r;
+        r.markers = {{0xE1, MakeExifBlock(e)}};
+        const std::string photo = Put("photo.jpg", MakeJpeg(r));
+        ASSERT_EQ(imfJpegLosslessTransform(photo.c_str(), IMF_LOSSLESS_TRANSFORM_EXIF_ORIENTATION, 0), 1);
+        const Bytes turned = ReadFileBytes(photo);
+        EXPECT_EQ(ReadJpegInfo(turned).width, 48);
+        EXPECT_NE(std::search(turned.begin(), turned.end(), thumb.begin(), thumb.end()), turned.end())
+            << "the thumbnail changed";
+    }
 }
 
 }  // namespace

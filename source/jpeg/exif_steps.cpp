@@ -133,6 +133,8 @@ void TransformThumbnail(j_decompress_ptr src, int transform) {
     Request rq;
     rq.flags = IMF_LOSSLESS_TRIM;
     rq.module_transform = transform;
+    rq.max_width = src->image_width;
+    rq.max_height = src->image_height;
     const bool transformed = Run(stream_name, result_name, rq) != 0;
     unlink(stream_name);
     bool read = false;

@@ -15,6 +15,8 @@
 #include <csetjmp>
 #include <cstring>
 
+#include <jerror.h>
+
 #include "jpeg/jxform.h"
 
 namespace jpeg_lossless {
@@ -28,6 +30,50 @@ struct ErrorManager {
 
 [[noreturn]] void ErrorExit(j_common_ptr cinfo) {
     std::longjmp(reinterpret_cast<ErrorManager *>(cinfo->err)->recovery, 1);
+}
+
+// libjpeg's warnings (data cut short, an odd progression) are not printed:
+// the transform goes on as jpegtran's does.
+void Silent(j_common_ptr) {}
+
+// Bounds on what a file can make the pipeline spend. The coefficients of
+// the whole picture are held at once, so a picture whose coefficients
+// (128 bytes a block) exceed 16 MiB + 2048 bytes per byte of file is
+// refused: honest files, a flat colour included, stay near 1000 : 1. Each
+// scan of a progressive file is a pass over all the picture's blocks, so
+// the scans may number at most 500 and together touch at most 32 times
+// that allowance.
+constexpr unsigned long long kFloorBytes = 16ull << 20, kBytesPerFileByte = 2048, kPassAllowance = 32;
+constexpr int kMaxScans = 500;
+
+struct ScanLimit {
+    jpeg_progress_mgr pub;  // first: libjpeg sees only this part
+    int max_scans;
+};
+
+void CheckScans(j_common_ptr cinfo) {
+    auto *d = reinterpret_cast<j_decompress_ptr>(cinfo);
+    if (d->input_scan_number > reinterpret_cast<ScanLimit *>(cinfo->progress)->max_scans)
+        ERREXIT(cinfo, JERR_BAD_PROGRESSION);  // the code only ends the run; no text is shown
+}
+
+// After jpeg_read_header: whether the picture is believable for a file of
+// `length` bytes (and no larger than the request allows); sets the scan
+// limit.
+bool WithinBounds(j_decompress_ptr src, unsigned long long length, const Request &rq, ScanLimit *limit) {
+    if ((rq.max_width != 0 && src->image_width > rq.max_width) ||
+        (rq.max_height != 0 && src->image_height > rq.max_height))
+        return false;
+    unsigned long long coefficients = 0;
+    for (int ci = 0; ci < src->num_components; ++ci)
+        coefficients += 128ull * src->comp_info[ci].width_in_blocks * src->comp_info[ci].height_in_blocks;
+    const unsigned long long allowance = kFloorBytes + kBytesPerFileByte * length;
+    if (coefficients > allowance) return false;
+    const unsigned long long passes = kPassAllowance * allowance / (coefficients ? coefficients : 1);
+    limit->max_scans = passes < kMaxScans ? static_cast<int>(passes) : kMaxScans;
+    limit->pub.progress_monitor = CheckScans;
+    src->progress = &limit->pub;
+    return true;
 }
 
 // Closes the destination and reports whether everything reached the file.
@@ -88,6 +134,7 @@ TWord Run(const char *src_name, const char *dst_name, const Request &rq, bool *c
     jpeg_decompress_struct src;
     jpeg_compress_struct dst;
     ErrorManager err;
+    ScanLimit scans{};
     jx::Options opt;
     // Zeroed objects may be destroyed whether or not they were created.
     std::memset(&src, 0, sizeof src);
@@ -108,9 +155,11 @@ TWord Run(const char *src_name, const char *dst_name, const Request &rq, bool *c
     // Stage 1: the decompressor. Stage 2: both codec objects.
     src.err = jpeg_std_error(&err.pub);
     err.pub.error_exit = ErrorExit;
+    err.pub.output_message = Silent;
     jpeg_create_decompress(&src);
     dst.err = jpeg_std_error(&err.pub);
     err.pub.error_exit = ErrorExit;
+    err.pub.output_message = Silent;
     jpeg_create_compress(&dst);
 
     opt.transform = rq.module_transform >= 0 ? rq.module_transform : ModuleTransformForCode(rq.code);
@@ -148,6 +197,10 @@ TWord Run(const char *src_name, const char *dst_name, const Request &rq, bool *c
     jpeg_stdio_src(&src, in);
     jx::SaveMarkers(&src);
     jpeg_read_header(&src, TRUE);
+    struct stat source_stat;
+    if (fstat(fileno(in), &source_stat) != 0 ||
+        !WithinBounds(&src, static_cast<unsigned long long>(source_stat.st_size), rq, &scans))
+        ERREXIT(&src, JERR_IMAGE_TOO_BIG);
     if (rq.module_transform < 0) {
         opt.transform = ApplyExifOrientation(&src, rq.code, rq.flags, opt.transform);
         if (opt.transform != jx::kNone) TransformThumbnail(&src, opt.transform);

@@ -22,6 +22,9 @@ struct Request {
     int module_transform = -1;
     // The destination is a work file that must not exist yet.
     bool exclusive = false;
+    // Non-zero: pictures wider or taller than this are refused (a
+    // thumbnail may not be larger than its picture).
+    JDIMENSION max_width = 0, max_height = 0;
 };
 
 // Reads `src`, writes `dst`. 1 on success, 0 on failure.
