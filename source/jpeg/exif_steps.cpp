@@ -3,9 +3,9 @@
 // changes when the markers are written.
 #include <unistd.h>
 
-#include <algorithm>
 #include <cstdio>
-#include <vector>
+#include <cstdlib>
+#include <cstring>
 
 #include "jpeg/jxform.h"
 #include "jpeg/pipeline.h"
@@ -53,19 +53,23 @@ int QuarterTurns(int orientation) {
     }
 }
 
-std::vector<unsigned char> ReadWholeFile(const char *name, bool *ok) {
-    std::vector<unsigned char> bytes;
-    *ok = false;
+// Reads the file into `out` when it holds at most `capacity` bytes; false
+// when it is larger, unreadable, or the buffer cannot be had.
+bool ReadSmallFile(const char *name, size_t capacity, unsigned char **out, size_t *size) {
+    *out = nullptr;
     FILE *f = std::fopen(name, "rb");
-    if (f == nullptr) return bytes;
-    long size = -1;
-    if (std::fseek(f, 0, SEEK_END) == 0) size = std::ftell(f);
-    if (size >= 0 && std::fseek(f, 0, SEEK_SET) == 0) {
-        bytes.resize(static_cast<size_t>(size));
-        *ok = std::fread(bytes.data(), 1, bytes.size(), f) == bytes.size();
-    }
+    if (f == nullptr) return false;
+    auto *bytes = static_cast<unsigned char *>(std::malloc(capacity + 1));
+    const size_t got = bytes != nullptr ? std::fread(bytes, 1, capacity + 1, f) : 0;
+    const bool ok = bytes != nullptr && !std::ferror(f) && got <= capacity;
     std::fclose(f);
-    return bytes;
+    if (!ok) {
+        std::free(bytes);
+        return false;
+    }
+    *out = bytes;
+    *size = got;
+    return true;
 }
 
 bool WriteWholeFile(const char *name, const unsigned char *data, size_t size) {
@@ -137,13 +141,14 @@ void TransformThumbnail(j_decompress_ptr src, int transform) {
     rq.max_height = src->image_height;
     const bool transformed = Run(stream_name, result_name, rq) != 0;
     unlink(stream_name);
-    bool read = false;
-    const std::vector<unsigned char> result = transformed ? ReadWholeFile(result_name, &read)
-                                                          : std::vector<unsigned char>();
-    unlink(result_name);
     // A thumbnail that grew stays as it was: the block keeps its length.
-    if (!read || result.size() > info.Size) return;
-    std::copy(result.begin(), result.end(), m->data + info.Offset);
+    unsigned char *result = nullptr;
+    size_t size = 0;
+    const bool read = transformed && ReadSmallFile(result_name, info.Size, &result, &size);
+    unlink(result_name);
+    if (!read) return;
+    std::memcpy(m->data + info.Offset, result, size);
+    std::free(result);
     JOCTET *const begin = m->data, *const end = m->data + m->data_length;
     if (info.HasOrientation && info.OrientationPtr != nullptr && info.OrientationPtr >= begin &&
         info.OrientationPtr + 2 <= end) {
