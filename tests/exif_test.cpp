@@ -1,5 +1,6 @@
 // EXIF orientation and thumbnail parsing on hand-built blocks (both byte
-// orders) and on damaged ones, and the scratch-file and rename services.
+// orders) and on damaged ones, the pixel-dimension rewrite, and the
+// scratch-file and rename services.
 #include <gtest/gtest.h>
 
 #include <sys/stat.h>
@@ -12,6 +13,7 @@
 #include <string>
 #include <vector>
 
+#include "jpeg/jxform.h"
 #include "libtools.h"
 #include "support/exif_block.h"
 
@@ -257,6 +259,81 @@ TEST(Files, RenameAcrossFileSystemsCopies) {
     EXPECT_EQ(Slurp(to), payload);
     EXPECT_NE(access(from.c_str(), F_OK), 0);
     unlink(to.c_str());
+}
+
+// ---- Pixel dimensions rewritten after a turn or crop -----------------------
+
+std::vector<uint8_t> Tiff(const ExifRecipe &recipe) {
+    std::vector<uint8_t> b = MakeExifBlock(recipe);
+    return std::vector<uint8_t>(b.begin() + 6, b.end());
+}
+
+TEST(ExifDimensions, WidthAndHeightBecome32BitValuesInTheBlocksOrder) {
+    for (bool big : {false, true}) {
+        ExifRecipe recipe;
+        recipe.big_endian = big;
+        recipe.orientation = 6;
+        recipe.filler_entries = 3;
+        recipe.pixel_width = 4000;
+        recipe.pixel_height = 3000;
+        std::vector<uint8_t> t = Tiff(recipe);
+        const std::vector<uint8_t> before = t;
+        jx::SetExifDimensions(t.data(), t.size(), 70000, 17);
+        // Sub-directory: after the header (8), IFD0 (2 + 5 * 12 + 4).
+        const size_t sub = 8 + 2 + 5 * 12 + 4;
+        const std::vector<uint8_t> w_le = {0x02, 0xA0, 4, 0, 1, 0, 0, 0, 0x70, 0x11, 0x01, 0x00};
+        const std::vector<uint8_t> w_be = {0xA0, 0x02, 0, 4, 0, 0, 0, 1, 0x00, 0x01, 0x11, 0x70};
+        const std::vector<uint8_t> h_le = {0x03, 0xA0, 4, 0, 1, 0, 0, 0, 17, 0, 0, 0};
+        const std::vector<uint8_t> h_be = {0xA0, 0x03, 0, 4, 0, 0, 0, 1, 0, 0, 0, 17};
+        EXPECT_EQ(std::vector<uint8_t>(t.begin() + long(sub + 2), t.begin() + long(sub + 14)), big ? w_be : w_le);
+        EXPECT_EQ(std::vector<uint8_t>(t.begin() + long(sub + 14), t.begin() + long(sub + 26)), big ? h_be : h_le);
+        for (size_t i = 0; i < t.size(); ++i)
+            if (i < sub + 2 || i >= sub + 26) {
+                ASSERT_EQ(t[i], before[i]) << i;
+            }
+    }
+}
+
+TEST(ExifDimensions, ShortEntriesAreWidenedAndDamagedBlocksLeftAlone) {
+    ExifRecipe recipe;
+    recipe.pixel_width = 640;
+    recipe.pixel_height = 480;
+    std::vector<uint8_t> t = Tiff(recipe);
+    const size_t sub = 8 + 2 + 1 * 12 + 4;
+    t[sub + 2 + 2] = 3;  // 0xA002 as SHORT
+    t[sub + 2 + 8] = 0x80;
+    t[sub + 2 + 9] = 0x02;
+    t[sub + 2 + 10] = 0xEE;  // junk in the unused half
+    jx::SetExifDimensions(t.data(), t.size(), 0x12345, 9);
+    EXPECT_EQ(t[sub + 2 + 2], 4);
+    EXPECT_EQ(t[sub + 2 + 8], 0x45);
+    EXPECT_EQ(t[sub + 2 + 9], 0x23);
+    EXPECT_EQ(t[sub + 2 + 10], 0x01);
+    EXPECT_EQ(t[sub + 2 + 11], 0x00);
+
+    // Every shorter length: nothing at or beyond the length is touched, and
+    // nothing is changed unless the whole entry lies inside.
+    const std::vector<uint8_t> whole = Tiff(recipe);
+    for (size_t n = 0; n <= whole.size(); ++n) {
+        std::vector<uint8_t> copy = whole;
+        jx::SetExifDimensions(copy.data(), n, 1, 2);
+        for (size_t i = n; i < copy.size(); ++i) ASSERT_EQ(copy[i], whole[i]) << n;
+        if (n < sub + 14) {
+            ASSERT_EQ(copy, whole) << n;
+        }
+    }
+    // Random blocks must not be read or written out of bounds (ASan).
+    std::mt19937 rng(5);
+    for (int round = 0; round < 2000; ++round) {
+        std::vector<uint8_t> r(size_t(rng() % 80));
+        for (auto &b : r) b = uint8_t(rng());
+        if (r.size() >= 4) {
+            r[0] = r[1] = (round & 1) ? 'M' : 'I';
+            r[2] = (round & 1) ? 0 : 42;
+            r[3] = (round & 1) ? 42 : 0;
+        }
+        jx::SetExifDimensions(r.data(), r.size(), 3, 4);
+    }
 }
 
 }  // namespace

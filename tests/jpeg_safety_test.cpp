@@ -276,36 +276,6 @@ TEST_F(Replace, CropsOutsideThePictureAreRefusedAndZeroSizesMeanNoCrop) {
     EXPECT_EQ(info.height, 50);
 }
 
-// A 64 x 48 file whose frame header declares `side` x `side` pixels and
-// whose scan data ends after 64 bytes.
-Bytes Declaring(int side) {
-    JpegRecipe r;
-    Bytes j = MakeJpeg(r);
-    for (const Segment &seg : Segments(j))
-        if (seg.marker == 0xC0)
-            for (int k : {1, 3}) {
-                j[seg.offset + size_t(k)] = uint8_t(side >> 8);
-                j[seg.offset + size_t(k) + 1] = uint8_t(side);
-            }
-    size_t sos = 2;
-    while (!(j[sos] == 0xFF && j[sos + 1] == 0xDA)) ++sos;
-    j.resize(sos + 2 + size_t(j[sos + 2] << 8 | j[sos + 3]) + 64);
-    j.insert(j.end(), {0xFF, 0xD9});
-    return j;
-}
-
-// A progressive file whose last scan comes `times` more times.
-Bytes Rescanned(int times) {
-    JpegRecipe r;
-    r.progressive = true;
-    Bytes j = MakeJpeg(r);
-    size_t last = j.size() - 2;
-    while (!(j[last] == 0xFF && j[last + 1] == 0xDA)) --last;
-    const Bytes scan(j.begin() + long(last), j.end() - 2);
-    for (int k = 0; k < times; ++k) j.insert(j.end() - 2, scan.begin(), scan.end());
-    return j;
-}
-
 // A few hundred bytes that declare a huge picture, or scans beyond reason:
 // refused before the memory or the time is spent, and in a thumbnail left
 // alone while the picture turns.
@@ -315,10 +285,10 @@ TEST_F(Replace, SizeAndScanBombsAreRefused) {
         Bytes file;
         TWord result;
     } cases[] = {
-        {"16000 x 16000 in 700 bytes", Declaring(16000), 0},
-        {"65500 x 65500 in 700 bytes", Declaring(65500), 0},
-        {"600 scans more", Rescanned(600), 0},
-        {"400 scans more", Rescanned(400), 1},
+        {"16000 x 16000 in 700 bytes", JpegDeclaring(16000), 0},
+        {"65500 x 65500 in 700 bytes", JpegDeclaring(65500), 0},
+        {"600 scans more", JpegWithScansRepeated(600), 0},
+        {"400 scans more", JpegWithScansRepeated(400), 1},
     };
     for (const auto &c : cases) {
         const std::string src = Put("bomb.jpg", c.file), out = dir_.File("out.jpg");
@@ -332,7 +302,7 @@ TEST_F(Replace, SizeAndScanBombsAreRefused) {
     JpegRecipe larger;
     larger.width = 96;
     larger.height = 72;
-    for (const Bytes &thumb : {Declaring(16000), MakeJpeg(larger)}) {
+    for (const Bytes &thumb : {JpegDeclaring(16000), MakeJpeg(larger)}) {
         ExifRecipe e;
         e.orientation = 6;
         e.thumbnail = thumb;

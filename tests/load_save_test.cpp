@@ -48,27 +48,12 @@ std::vector<uint8_t> PngDeclaring(uint32_t side) {
     return png;
 }
 
-// A progressive JPEG whose last scan is repeated `times` more times.
-std::vector<uint8_t> JpegWithScans(int times) {
-    testing_support::JpegRecipe r;
-    r.progressive = true;
-    std::vector<uint8_t> j = testing_support::MakeJpeg(r);
-    size_t last = j.size() - 2;
-    while (!(j[last] == 0xFF && j[last + 1] == 0xDA)) --last;
-    const std::vector<uint8_t> scan(j.begin() + long(last), j.end() - 2);
-    for (int k = 0; k < times; ++k) j.insert(j.end() - 2, scan.begin(), scan.end());
-    return j;
-}
-
 TEST(LoadSave, ResultCodesAndReasons) {
     TempDir dir;
     testing_support::WriteFileBytes(dir.File("bomb.png"), PngDeclaring(60000));
-    std::vector<uint8_t> jpeg = testing_support::MakeJpeg({});
-    for (const auto &seg : testing_support::Segments(jpeg))
-        if (seg.marker == 0xC0) jpeg[seg.offset + 1] = jpeg[seg.offset + 3] = 0xF0;  // over 61 000 a side
-    testing_support::WriteFileBytes(dir.File("bomb.jpg"), jpeg);
-    testing_support::WriteFileBytes(dir.File("scans.jpg"), JpegWithScans(600));
-    testing_support::WriteFileBytes(dir.File("ok-scans.jpg"), JpegWithScans(400));
+    testing_support::WriteFileBytes(dir.File("bomb.jpg"), testing_support::JpegDeclaring(61500));
+    testing_support::WriteFileBytes(dir.File("scans.jpg"), testing_support::JpegWithScansRepeated(600));
+    testing_support::WriteFileBytes(dir.File("ok-scans.jpg"), testing_support::JpegWithScansRepeated(400));
     testing_support::WriteFileBytes(dir.File("gif.png"), {'G', 'I', 'F', '8', '9', 'a'});
     testing_support::WriteFileBytes(dir.File("cut.pgm"), {'P', '5', ' ', '4', ' ', '4', ' ', '2', '5', '5', ' ', 0});
     IMG_BITMAP *grey = imgCreateBitmap(IMG_GREY, 4, 4);

@@ -160,15 +160,26 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
             break;
         }
         default: {
-            const int32_t x = Coord(in, w, &reach), y = Coord(in, h, &reach);
+            int32_t x = Coord(in, w, &reach), y = Coord(in, h, &reach);
             const int k = in.Byte() % 8;
             // Radii up to 2^22 and the negative ones: a circle whose edge
             // crosses the bitmap walks its octant (about 0.7 r steps), which
             // for radii near 2^31 takes seconds (docs/draw.md, known limits).
-            const int32_t r = k == 0 ? in.I32() % (1 << 22) : k == 1 ? in.Range(0, 3000) : in.Range(-3, 60);
+            const int32_t r = k == 0 ? in.I32() % (1 << 22)
+                              : k == 1 ? in.Range(0, 3000)
+                              : k == 2 ? in.Range(10, 1 << 20)
+                                       : in.Range(-3, 60);
+            if (k == 2) {
+                // A corner of the bitmap near the rim on a diagonal: inside
+                // the circle's square, possibly outside the disc.
+                const int32_t d = static_cast<int32_t>(r * 0.70710678) + in.Range(-9, 9);
+                x = in.Byte() % 2 ? -d : w - 1 + d;
+                y = in.Byte() % 2 ? -d : h - 1 + d;
+                reach = 0;
+            }
             refuse = deep || type == IMG_BINARY || pen.style >= 5 || !colours_ok;
             rc = imgDrawCircleColor(b, x, y, r, fill, pen.width, line, pen.style, bdst);
-            compare = reach < 3 && r <= 3000;
+            compare = reach < 3 && r <= (1 << 20);
             if (compare && !refuse)
                 reference::DrawCircle(expect.b, x, y, r, fill_bytes, pen.width, line_bytes, drawn_style);
             break;

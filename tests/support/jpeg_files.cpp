@@ -175,6 +175,32 @@ Bytes WithoutApp1(const Bytes &j) {
     return out;
 }
 
+Bytes JpegDeclaring(int side) {
+    Bytes j = MakeJpeg(JpegRecipe{});
+    for (const Segment &seg : Segments(j))
+        if (seg.marker == 0xC0)
+            for (int k : {1, 3}) {
+                j[seg.offset + size_t(k)] = uint8_t(side >> 8);
+                j[seg.offset + size_t(k) + 1] = uint8_t(side);
+            }
+    size_t sos = 2;
+    while (!(j[sos] == 0xFF && j[sos + 1] == 0xDA)) ++sos;
+    j.resize(sos + 2 + size_t(j[sos + 2] << 8 | j[sos + 3]) + 64);
+    j.insert(j.end(), {0xFF, 0xD9});
+    return j;
+}
+
+Bytes JpegWithScansRepeated(int times) {
+    JpegRecipe r;
+    r.progressive = true;
+    Bytes j = MakeJpeg(r);
+    size_t last = j.size() - 2;
+    while (!(j[last] == 0xFF && j[last + 1] == 0xDA)) --last;
+    const Bytes scan(j.begin() + long(last), j.end() - 2);
+    for (int k = 0; k < times; ++k) j.insert(j.end() - 2, scan.begin(), scan.end());
+    return j;
+}
+
 Bytes ReadFileBytes(const std::string &path) {
     std::ifstream f(path, std::ios::binary);
     return Bytes((std::istreambuf_iterator<char>(f)), std::istreambuf_iterator<char>());

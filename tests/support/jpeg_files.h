@@ -53,6 +53,11 @@ struct Segment {
 std::vector<Segment> Segments(const Bytes &jpeg);
 // The stream without its APP1 segments.
 Bytes WithoutApp1(const Bytes &jpeg);
+// Hostile files: a 64 x 48 file whose frame header declares side x side
+// pixels and whose scan data ends after 64 bytes; a progressive file whose
+// last scan comes `times` more times.
+Bytes JpegDeclaring(int side);
+Bytes JpegWithScansRepeated(int times);
 
 Bytes ReadFileBytes(const std::string &path);
 void WriteFileBytes(const std::string &path, const Bytes &bytes);
