@@ -132,60 +132,6 @@ TEST(LinearFilters, UserKernelExamples) {
     EXPECT_EQ(At(d, 2, 0), 3);
 }
 
-TEST(LinearFilters, IdentitiesReproduceTheSource) {
-    std::mt19937 rng(4);
-    IMG_FILTER id{};
-    id.Size = 1;
-    id.Matrix[0] = 1;
-    id.Divisor = 1;
-    for (unsigned type : testing_support::kByteTypes) {
-        OwnedImf b, before, d1, d2;
-        testing_support::MakeRandom(rng, type, 13, 7, 4, &b);
-        testing_support::Clone(*b.get(), &before);
-        ASSERT_EQ(imfConvolve(b.get(), d1.get(), nullptr, &id), IMF_NOERROR);
-        ASSERT_EQ(imfSharpen(b.get(), d2.get(), nullptr, 0), IMF_NOERROR);
-        EXPECT_EQ(testing_support::Diff(*d1.get(), *before.get()), "");
-        EXPECT_EQ(testing_support::Diff(*d2.get(), *before.get()), "");
-        OwnedImf one;
-        testing_support::MakeRandom(rng, type, 1, 1, 1, &one);
-        OwnedImf one_before;
-        testing_support::Clone(*one.get(), &one_before);
-        ASSERT_EQ(imfAverage(one.get(), nullptr, nullptr, 3), IMF_NOERROR);
-        EXPECT_EQ(testing_support::Diff(*one.get(), *one_before.get()), "");
-    }
-}
-
-TEST(LinearFilters, FlatAreasPassBlurSoftenEdgeAndReduceNoise) {
-    for (int p = 0; p <= 100; p += 5) {
-        for (int value : {0, 1, 128, 254, 255}) {
-            OwnedImf a, b, c, d;
-            MakeGrey(&a, 3, 2, value);
-            MakeGrey(&b, 3, 2, value);
-            MakeGrey(&c, 3, 2, value);
-            MakeGrey(&d, 3, 2, value);
-            ASSERT_EQ(imfBlur(a.get(), nullptr, nullptr, p), IMF_NOERROR);
-            ASSERT_EQ(imfSoften(b.get(), nullptr, nullptr, p), IMF_NOERROR);
-            ASSERT_EQ(imfEdge(c.get(), nullptr, nullptr, p), IMF_NOERROR);
-            ASSERT_EQ(imfReduceNoise(d.get(), nullptr, nullptr), IMF_NOERROR);
-            for (int i = 0; i < 6; ++i) {
-                EXPECT_EQ(a->Data[i], value) << "blur " << p;
-                EXPECT_EQ(b->Data[i], value) << "soften " << p;
-                EXPECT_EQ(c->Data[i], value) << "edge " << p;
-                EXPECT_EQ(d->Data[i], value);
-            }
-        }
-    }
-}
-
-TEST(LinearFilters, EveryByteOfAnRgbaPixelIsFiltered) {
-    OwnedImf b;
-    ASSERT_NE(imfAllock(b.get(), IMF_RGBA, 1, 3, 1), 0);
-    const TUbyte px[12] = {0, 0, 0, 0, 90, 90, 90, 90, 0, 0, 0, 0};
-    std::memcpy(b->Data, px, 12);
-    ASSERT_EQ(imfAverage(b.get(), nullptr, nullptr, 3), IMF_NOERROR);
-    for (int c = 0; c < 4; ++c) EXPECT_EQ(b->Data[4 + c], 30) << c;  // (3 * 90) / 9
-}
-
 TEST(LinearFilters, BoxDivisionByMultiplyAndShiftIsExact) {
     for (uint32_t n = 2; n <= 15; ++n) {
         const uint32_t d = n * n;
@@ -193,25 +139,5 @@ TEST(LinearFilters, BoxDivisionByMultiplyAndShiftIsExact) {
         for (uint32_t v = 0; v <= 255 * d; ++v) ASSERT_EQ((v * magic) >> 32, v / d) << d << " " << v;
     }
 }
-
-}  // namespace
-
-namespace {
-
-// The truncated product with the reciprocal equals the truncated quotient
-// for every numerator the vector paths can meet (|a| + |d| <= 2^22); only
-// numerators next to a multiple of d can go wrong, so those are all tried.
-
-}  // namespace
-
-namespace {
-
-}  // namespace
-
-namespace {
-
-}  // namespace
-
-namespace {
 
 }  // namespace

@@ -24,27 +24,14 @@ using testing_support::Diff;
 using testing_support::OwnedImf;
 using testing_support::TypeName;
 
+using testing_support::Clone;
+using testing_support::Diff;
+using testing_support::OwnedImf;
+using testing_support::TypeName;
+
 namespace {
 
 using RankFn = IMF_ERROR (*)(IMF_BITMAP *, IMF_BITMAP *, const IMF_RECT *, TLong);
-
-struct RankOp {
-    const char *name;
-    RankFn fn;
-    reference::Rank kind;
-};
-const RankOp kRankOps[] = {
-    {"minimum", imfMinimum, reference::Rank::kMinimum},
-    {"maximum", imfMaximum, reference::Rank::kMaximum},
-    {"median box", imfMedianBox, reference::Rank::kMedianBox},
-    {"median cross", imfMedianCross, reference::Rank::kMedianCross},
-};
-
-struct Geometry {
-    int width, height;
-};
-// Tall enough for several blocks of rows at the largest sizes.
-const Geometry kShapes[] = {{1, 1}, {1, 9}, {13, 1}, {17, 5}, {70, 6}, {19, 47}};
 
 TEST(RankFilters, StatedExamples) {
     // A single 255 pixel on black, 7 x 7 grey.
@@ -188,15 +175,15 @@ TEST(GaussianBlur, InPlaceOnGreyKeepsTheRecord) {
     EXPECT_NE(b->Data, old);
 }
 
-// ---- Public entry points ---------------------------------------------------------
-
 // ---- OpenCV as a second opinion -------------------------------------------------
 
 #ifdef IMGE_HAVE_OPENCV
+// OpenCV anchors an even square at N / 2 as well: one more column and row
+// before the centre than after it, as here (its median takes odd sides only).
 TEST(RankOpenCV, ErodeDilateAndMedianBlurAgree) {
     std::mt19937 rng(31);
-    for (unsigned type : {unsigned(IMF_GREY), unsigned(IMF_RGB), unsigned(IMF_RGBA)})
-        for (int n = 3; n <= 15; n += 2) {
+    for (unsigned type : {unsigned(IMF_GREY), unsigned(IMF_RGB), unsigned(IMF_BGRA)})
+        for (int n = 2; n <= 15; ++n) {
             OwnedImf src;
             testing_support::MakeRandom(rng, type, 61, 23, 4, &src);
             const int cvtype = CV_8UC(src->BytesPerPixel);
@@ -205,10 +192,11 @@ TEST(RankOpenCV, ErodeDilateAndMedianBlurAgree) {
             cv::Mat eroded, dilated, median;
             cv::erode(m, eroded, kernel, cv::Point(-1, -1), 1, cv::BORDER_REPLICATE);
             cv::dilate(m, dilated, kernel, cv::Point(-1, -1), 1, cv::BORDER_REPLICATE);
-            cv::medianBlur(m, median, n);
+            if (n % 2) cv::medianBlur(m, median, n);
             struct { RankFn fn; const cv::Mat *peer; const char *name; } checks[] = {
                 {imfMinimum, &eroded, "erode"}, {imfMaximum, &dilated, "dilate"}, {imfMedianBox, &median, "medianBlur"}};
             for (const auto &c : checks) {
+                if (c.peer->empty()) continue;
                 OwnedImf dst;
                 ASSERT_EQ(c.fn(src.get(), dst.get(), nullptr, n), IMF_NOERROR);
                 for (int y = 0; y < src->Height; ++y)
@@ -217,28 +205,6 @@ TEST(RankOpenCV, ErodeDilateAndMedianBlurAgree) {
                         << c.name << " n " << n << " " << TypeName(type) << " row " << y;
             }
         }
-}
-
-// With an even side OpenCV anchors the square at N / 2 as well: one more
-// column and row before the centre than after it, as here.
-TEST(RankOpenCV, ErodeAndDilateAgreeForEvenSizes) {
-    std::mt19937 rng(32);
-    for (int n = 2; n <= 14; n += 2) {
-        OwnedImf src;
-        testing_support::MakeRandom(rng, IMF_BGRA, 37, 29, 1, &src);
-        cv::Mat m(src->Height, src->Width, CV_8UC4, src->Data, static_cast<std::size_t>(src->BytesPerLine));
-        const cv::Mat kernel = cv::getStructuringElement(cv::MORPH_RECT, cv::Size(n, n));
-        cv::Mat eroded, dilated;
-        cv::erode(m, eroded, kernel, cv::Point(-1, -1), 1, cv::BORDER_REPLICATE);
-        cv::dilate(m, dilated, kernel, cv::Point(-1, -1), 1, cv::BORDER_REPLICATE);
-        OwnedImf lo, hi;
-        ASSERT_EQ(imfMinimum(src.get(), lo.get(), nullptr, n), IMF_NOERROR);
-        ASSERT_EQ(imfMaximum(src.get(), hi.get(), nullptr, n), IMF_NOERROR);
-        for (int y = 0; y < src->Height; ++y) {
-            ASSERT_EQ(std::memcmp(lo->Data + y * lo->BytesPerLine, eroded.ptr(y), 37 * 4), 0) << "erode n " << n;
-            ASSERT_EQ(std::memcmp(hi->Data + y * hi->BytesPerLine, dilated.ptr(y), 37 * 4), 0) << "dilate n " << n;
-        }
-    }
 }
 #endif
 

@@ -120,27 +120,32 @@ private:
     const uint8_t *p_, *end_;
 };
 
-// The top bit of the input's last byte switches the vector paths off for
-// the run of one input (the plain loops are Highway's one-lane target), so
-// both paths meet the references; the byte is still read as usual. The
-// targets in force before come back afterwards.
-class PathChoice {
+// While it lives (and `on`), only Highway's one-lane target runs: the plain
+// loops. The targets in force before come back afterwards.
+class PlainPath {
 public:
-    PathChoice(const uint8_t *data, size_t size)
-        : saved_(hwy::SupportedTargets()), plain_(size && (data[size - 1] & 0x80)) {
-        if (plain_) hwy::SetSupportedTargetsForTest(HWY_SCALAR);
+    explicit PlainPath(bool on = true) : saved_(hwy::SupportedTargets()), on_(on) {
+        if (on_) hwy::SetSupportedTargetsForTest(HWY_SCALAR);
     }
-    ~PathChoice() {
-        if (!plain_) return;
+    ~PlainPath() {
+        if (!on_) return;
         hwy::SetSupportedTargetsForTest(saved_);
         hwy::GetChosenTarget().Update(hwy::SupportedTargets());
     }
-    PathChoice(const PathChoice &) = delete;
-    PathChoice &operator=(const PathChoice &) = delete;
+    PlainPath(const PlainPath &) = delete;
+    PlainPath &operator=(const PlainPath &) = delete;
 
 private:
     int64_t saved_;
-    bool plain_;
+    bool on_;
+};
+
+// The top bit of the input's last byte runs the whole input on the plain
+// loops, so that they too meet the independent references; the byte is
+// still read as usual. Operations whose reference would only retype the
+// plain loops' formula are compared with the plain loops themselves.
+struct PathChoice : PlainPath {
+    PathChoice(const uint8_t *data, size_t size) : PlainPath(size && (data[size - 1] & 0x80)) {}
 };
 
 // The ten types the pixel code handles, and a few it must refuse.

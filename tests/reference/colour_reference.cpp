@@ -18,19 +18,6 @@ const TUbyte *Pixel(const IMF_BITMAP &b, long x, long y) {
 
 }  // namespace
 
-void Desaturate(IMF_BITMAP *t, const IMF_RECT &r) {
-    for (long y = r.top; y < r.top + r.height; ++y)
-        for (long x = r.left; x < r.left + r.width; ++x) {
-            TUbyte *p = Pixel(t, x, y);
-            int hi = p[0], lo = p[0];
-            for (int k = 1; k < 3; ++k) {
-                if (p[k] > hi) hi = p[k];
-                if (p[k] < lo) lo = p[k];
-            }
-            p[0] = p[1] = p[2] = static_cast<TUbyte>((lo + hi) >> 1);
-        }
-}
-
 void SwapColors(const IMF_BITMAP &src, IMF_BITMAP *t, const IMF_RECT &r, unsigned mode) {
     if (src.Type == IMF_BGR || src.Type == IMF_ABGR || src.Type == IMF_BGRA) {
         if (mode == 0) mode = 3;
@@ -185,118 +172,6 @@ TUlong CountColors(const IMF_BITMAP &b, long limit) {
             if (limit > 0 && set.count > static_cast<TUlong>(limit)) return set.count;
         }
     return set.count;
-}
-
-namespace {
-
-bool Positions(const IMG_BITMAP &b, int *r, int *g, int *bl) {
-    switch (b.Type) {
-        case IMG_RGB: case IMG_RGBA: case IMG_CMYK: *r = 0; *g = 1; *bl = 2; return true;
-        case IMG_BGR: case IMG_BGRA: *r = 2; *g = 1; *bl = 0; return true;
-        case IMG_ARGB: *r = 1; *g = 2; *bl = 3; return true;
-        case IMG_ABGR: *r = 3; *g = 2; *bl = 1; return true;
-    }
-    return false;
-}
-
-double HlsValue(double n1, double n2, double hue) {
-    while (hue > 360.0) hue -= 360.0;
-    while (hue < 0.0) hue += 360.0;
-    if (hue < 60.0) return n1 + (n2 - n1) * hue / 60.0;
-    if (hue < 180.0) return n2;
-    if (hue < 240.0) return n1 + (n2 - n1) * (240.0 - hue) / 60.0;
-    return n1;
-}
-
-}  // namespace
-
-void AdjustHls(IMG_BITMAP *b, int hi, int li, int si) {
-    int ir, ig, ib;
-    if (!Positions(*b, &ir, &ig, &ib)) return;
-    const double hf = hi * 3.6, lf = li / 100.0, sf = si / 100.0;
-    for (long y = 0; y < b->Height; ++y)
-        for (long x = 0; x < b->Width; ++x) {
-            IMG_UINT8 *p = b->Data + y * static_cast<long>(b->BytesPerLine) + x * b->BytesPerPixel;
-            const double r = p[ir] / 255.0, g = p[ig] / 255.0, bl = p[ib] / 255.0;
-            const double Max = std::max(std::max(r, g), std::max(g, bl));
-            const double Min = std::min(std::min(r, g), std::min(g, bl));
-            double l = (Max + Min) * 0.5, s, h;
-            if (Max == Min) {
-                s = 0;
-                h = 0;
-            } else {
-                const double delta = Max - Min;
-                s = l <= 0.5 ? delta / (Max + Min) : delta / (2.0 - Max - Min);
-                if (r == Max) h = (g - bl) / delta;
-                else if (g == Max) h = 2.0 + (bl - r) / delta;
-                else h = 4.0 + (r - g) / delta;
-                h = h * 60.0;
-                while (h < 0) h += 360.0;
-            }
-            if (hi != 0) h = h + hf;
-            if (li != 0) l = std::min(1.0, std::max(0.0, l + lf));
-            if (si != 0) s = std::min(1.0, std::max(0.0, s + sf));
-            const double m2 = l <= 0.5 ? l * (1.0 + s) : l + s - l * s;
-            const double m1 = 2 * l - m2;
-            double R, G, B;
-            if (s == 0) {
-                R = G = B = l;
-            } else {
-                R = HlsValue(m1, m2, h + 120.0);
-                G = HlsValue(m1, m2, h);
-                B = HlsValue(m1, m2, h - 120.0);
-            }
-            p[ir] = static_cast<IMG_UINT8>(static_cast<int>(R * 255.0));
-            p[ig] = static_cast<IMG_UINT8>(static_cast<int>(G * 255.0));
-            p[ib] = static_cast<IMG_UINT8>(static_cast<int>(B * 255.0));
-        }
-}
-
-void Sepia(IMG_BITMAP *b, int percent) {
-    int ir, ig, ib;
-    if (!Positions(*b, &ir, &ig, &ib)) return;
-    const double fp = percent / 100.0;
-    const IMG_UINT8 rr = static_cast<IMG_UINT8>(static_cast<short>(64.0 * fp));
-    const IMG_UINT8 rg = static_cast<IMG_UINT8>(static_cast<short>(32.0 * fp));
-    const IMG_UINT8 rb = static_cast<IMG_UINT8>(static_cast<short>(0.0 * fp));
-    for (long y = 0; y < b->Height; ++y)
-        for (long x = 0; x < b->Width; ++x) {
-            IMG_UINT8 *p = b->Data + y * static_cast<long>(b->BytesPerLine) + x * b->BytesPerPixel;
-            const int grey = (p[ir] * 77 + p[ig] * 150 + p[ib] * 29) >> 8;
-            const short sr = static_cast<short>(grey + rr), sg = static_cast<short>(grey + rg),
-                        sb = static_cast<short>(grey + rb);
-            p[ir] = static_cast<IMG_UINT8>(sr > 255 ? 255 : sr);
-            p[ig] = static_cast<IMG_UINT8>(sg > 255 ? 255 : sg);
-            p[ib] = static_cast<IMG_UINT8>(sb > 255 ? 255 : sb);
-        }
-}
-
-void SepiaEx(IMG_BITMAP *b, int percent, const IMG_COLOR &color) {
-    int ir, ig, ib;
-    if (!Positions(*b, &ir, &ig, &ib)) return;
-    const double fp = percent / 100.0;
-    const IMG_UINT8 rr = static_cast<IMG_UINT8>(static_cast<short>((255 - color.Red) * fp));
-    const IMG_UINT8 rg = static_cast<IMG_UINT8>(static_cast<short>((255 - color.Green) * fp));
-    const IMG_UINT8 rb = static_cast<IMG_UINT8>(static_cast<short>((255 - color.Blue) * fp));
-    const double c1 = 1.0 - fp, c2 = fp / 3.0;
-    for (long y = 0; y < b->Height; ++y)
-        for (long x = 0; x < b->Width; ++x) {
-            IMG_UINT8 *p = b->Data + y * static_cast<long>(b->BytesPerLine) + x * b->BytesPerPixel;
-            if (percent == 100) {
-                const int grey = (p[ir] * 77 + p[ig] * 150 + p[ib] * 29) >> 8;
-                p[ir] = p[ig] = p[ib] = static_cast<IMG_UINT8>(grey);
-            } else {
-                const int s = p[ir] + p[ig] + p[ib];
-                p[ir] = static_cast<IMG_UINT8>(static_cast<int>(p[ir] * c1 + s * c2));
-                p[ig] = static_cast<IMG_UINT8>(static_cast<int>(p[ig] * c1 + s * c2));
-                p[ib] = static_cast<IMG_UINT8>(static_cast<int>(p[ib] * c1 + s * c2));
-            }
-            const short sr = static_cast<short>(p[ir] - rr), sg = static_cast<short>(p[ig] - rg),
-                        sb = static_cast<short>(p[ib] - rb);
-            p[ir] = static_cast<IMG_UINT8>(sr < 0 ? 0 : sr);
-            p[ig] = static_cast<IMG_UINT8>(sg < 0 ? 0 : sg);
-            p[ib] = static_cast<IMG_UINT8>(sb < 0 ? 0 : sb);
-        }
 }
 
 TUbyte GetNoise(TUbyte pixel, int type, double amount) {

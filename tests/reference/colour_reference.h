@@ -1,5 +1,6 @@
-// Plain references of the channel operations, shadow/highlight, colour
-// counting, HLS, sepia and noise: the formulas as written, pixel by pixel.
+// Plain references of the channel swaps and extraction, shadow/highlight,
+// colour counting and noise: the formulas as written, pixel by pixel. (HLS,
+// sepia and desaturation are checked against their own plain loops.)
 #pragma once
 
 #include <vector>
@@ -9,7 +10,6 @@
 namespace reference {
 
 // Written into `target` (a copy of the source) over the rectangle.
-void Desaturate(IMF_BITMAP *target, const IMF_RECT &rect);
 void SwapColors(const IMF_BITMAP &src, IMF_BITMAP *target, const IMF_RECT &rect, unsigned mode);
 void ShadowHighlight(IMF_BITMAP *target, const IMF_RECT &rect, long shadow, long highlight);
 
@@ -18,11 +18,6 @@ std::vector<TUbyte> ExtractChannel(const IMF_BITMAP &src, long channel);
 
 // The counting as written: occurrence table, or the growing hash set.
 TUlong CountColors(const IMF_BITMAP &b, long limit);
-
-// Public-layer pixel work on IMG_BITMAP, in place.
-void AdjustHls(IMG_BITMAP *b, int h_increment, int l_increment, int s_increment);
-void Sepia(IMG_BITMAP *b, int percent);
-void SepiaEx(IMG_BITMAP *b, int percent, const IMG_COLOR &color);
 
 // The noise loop as written, drawing from rand() (the caller seeds it),
 // into `target` (a copy of the source) over the rectangle.

@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "libtools.h"
+#include "lut/tone_tables.h"
 #include "reference/lut_reference.h"
 
 namespace reference {
@@ -12,7 +13,6 @@ namespace {
 
 int clamp(double v) { return v > 255 ? 255 : v < 0 ? 0 : static_cast<int>(v); }
 
-TUbyte *PixelAt(IMF_BITMAP *b, int x, int y) { return b->Data + y * b->BytesPerLine + x * b->BytesPerPixel; }
 const TUbyte *PixelAt(const IMF_BITMAP &b, int x, int y) { return b.Data + y * b.BytesPerLine + x * b.BytesPerPixel; }
 
 void RgbAt(unsigned type, int *r, int *g, int *b) {
@@ -81,102 +81,6 @@ void PerChannel(const IMF_BITMAP &src, IMF_BITMAP *target, const IMF_RECT &rect,
 }
 
 }  // namespace
-
-void BrightnessTable(TUbyte t[256], long b) {
-    for (int v = 0; v < 256; ++v) t[v] = static_cast<TUbyte>(clamp(static_cast<double>(v) + b));
-}
-
-void ContrastTable(TUbyte t[256], long c) {
-    for (int v = 0; v < 256; ++v) {
-        double x = c > 0 ? (v - c) * 255.0 / (255 - 2 * c) : v * (255.0 + 2 * c) / 255 - c;
-        t[v] = static_cast<TUbyte>(clamp(std::trunc(x)));
-    }
-}
-
-void GammaTable(TUbyte t[256], double g) {
-    for (int v = 0; v < 256; ++v) t[v] = static_cast<TUbyte>(std::trunc(std::pow(v / 255.0, 1.0 / g) * 255.0 + 0.5));
-}
-
-void LogTable(TUbyte t[256]) {
-    for (int v = 0; v < 256; ++v) t[v] = static_cast<TUbyte>(std::trunc(std::log(v + 1.0) * 255.0 / std::log(256.0)));
-}
-
-void LevelsTable(TUbyte t[256], long low, long high) {
-    for (int v = 0; v < 256; ++v)
-        t[v] = v <= low ? 0 : v >= high ? 255 : static_cast<TUbyte>((255LL * (v - static_cast<long long>(low))) / (static_cast<long long>(high) - low));
-}
-
-void PosterizeTable(TUbyte t[256], long levels) {
-    const long step = 256 / levels, increment = 255 / (levels - 1);
-    long start = 0, value = 0;
-    for (;;) {
-        if (start + increment > 255) {
-            for (long i = start; i <= 255; ++i) t[i] = 255;
-            return;
-        }
-        for (long i = start; i < start + step && i <= 255; ++i) t[i] = static_cast<TUbyte>(value);
-        if (start + step > 255) return;
-        value += increment;
-        start += step;
-    }
-}
-
-void SolarizeTable(TUbyte t[256], long threshold) {
-    for (int v = 0; v < 256; ++v) t[v] = static_cast<TUbyte>(v <= threshold ? v : 255 - v);
-}
-
-void AdjustTable(TUbyte t[256], long b, long c, double g) {
-    TUbyte bt[256], ct[256], gt[256];
-    BrightnessTable(bt, b);
-    ContrastTable(ct, c);
-    GammaTable(gt, g);
-    for (int v = 0; v < 256; ++v) {
-        int w = ct[bt[v]];
-        if (g < 0.9999 || g > 1.0001) w = gt[w];
-        t[v] = static_cast<TUbyte>(w);
-    }
-}
-
-int Conbright(int value, long amount, int max) {
-    if (amount == 0) return value;
-    long long a = std::llabs(static_cast<long long>(amount)) & 0xFFFF;
-    if (a > max) a = max;
-    long long target = amount > 0 ? 2 * max : 0;
-    long long r = (2 * value + ((target - 2 * value) * a) / max) / 2;
-    return r > max ? max : r < 0 ? 0 : static_cast<int>(r);
-}
-
-void ContraBrightness(const IMF_BITMAP &src, IMF_BITMAP *target, const IMF_RECT &rect, long amount) {
-    for (int y = rect.top; y < rect.top + rect.height; ++y)
-        for (int x = rect.left; x < rect.left + rect.width; ++x) {
-            const TUbyte *in = PixelAt(src, x, y);
-            TUbyte *out = PixelAt(target, x, y);
-            out[0] = static_cast<TUbyte>(Conbright(in[0], amount, 255));
-            if (src.BytesPerPixel > 2) {
-                out[1] = static_cast<TUbyte>(Conbright(in[1], amount, 255));
-                out[2] = static_cast<TUbyte>(Conbright(in[2], amount, 255));
-            }
-            if (src.BytesPerPixel == 4) out[3] = in[3];
-        }
-    target->TransparentIndex = -1;
-}
-
-void Gammasat(const IMF_BITMAP &src, IMF_BITMAP *target, const IMF_RECT &rect, double g) {
-    for (int y = rect.top; y < rect.top + rect.height; ++y)
-        for (int x = rect.left; x < rect.left + rect.width; ++x) {
-            const TUbyte *in = PixelAt(src, x, y);
-            TUbyte *out = PixelAt(target, x, y);
-            int m = in[0];
-            if (in[1] > m) m = in[1];
-            if (in[2] > m) m = in[2];
-            for (int k = 0; k < 3; ++k) {
-                int v = in[k];
-                out[k] = static_cast<TUbyte>(v >= m ? v : v == 0 ? 0 : static_cast<int>(m * std::pow(static_cast<double>(v) / m, g)));
-            }
-            if (src.BytesPerPixel == 4) out[3] = in[3];
-        }
-    target->TransparentIndex = -1;
-}
 
 void LuminanceHistogram(const IMF_BITMAP &b, TUlong hist[256]) {
     std::memset(hist, 0, 256 * sizeof(TUlong));
@@ -269,7 +173,7 @@ void AutoContrast(const IMF_BITMAP &src, IMF_BITMAP *target, const IMF_RECT &rec
     long b, c;
     AutoContrastParameters(src, &b, &c);
     TUbyte table[256];
-    AdjustTable(table, b, c, 1.0);
+    imge::AdjustTable(table, b, c, 1.0);
     ApplyLut(src, target, rect, table);
 }
 

@@ -1,26 +1,11 @@
-// Plain references of the tone curves, the histograms and the automatic
-// corrections: the formulas as written, value by value and pixel by pixel.
+// Plain references of the histograms and the automatic corrections: the
+// formulas as written, pixel by pixel (the tone curves are the library's own,
+// guarded by their stated values).
 #pragma once
 
 #include "libimg.h"
 
 namespace reference {
-
-// The curves, one entry at a time.
-void BrightnessTable(TUbyte t[256], long b);
-void ContrastTable(TUbyte t[256], long c);
-void GammaTable(TUbyte t[256], double g);
-void LogTable(TUbyte t[256]);
-void LevelsTable(TUbyte t[256], long low, long high);
-void PosterizeTable(TUbyte t[256], long levels);  // the band loop
-void SolarizeTable(TUbyte t[256], long threshold);
-void AdjustTable(TUbyte t[256], long b, long c, double g);
-
-// The per-pixel operations, written into `target` (a copy of the source of
-// the same layout) over the rectangle.
-int Conbright(int value, long amount, int max);
-void ContraBrightness(const IMF_BITMAP &src, IMF_BITMAP *target, const IMF_RECT &rect, long amount);
-void Gammasat(const IMF_BITMAP &src, IMF_BITMAP *target, const IMF_RECT &rect, double g);
 
 // Histograms over the whole bitmap.
 void LuminanceHistogram(const IMF_BITMAP &b, TUlong hist[256]);
