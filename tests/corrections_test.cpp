@@ -1,11 +1,9 @@
-// Histograms and automatic corrections: the stated examples, the fast paths
-// against their references on random bitmaps, the public ordering of the
-// balance offsets, refusals and empty bitmaps.
+// Histograms and automatic corrections: the stated examples and the public
+// ordering of the balance offsets (random bitmaps, empty ones and grey
+// levels run against the references in fuzz_replay_test.cpp).
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <functional>
-#include <random>
 
 #include "records/record_convert.h"
 #include "libformat.h"
@@ -17,28 +15,6 @@
 using testing_support::OwnedImf;
 
 namespace {
-
-using ImfOp = std::function<IMF_ERROR(IMF_BITMAP *, IMF_BITMAP *, const IMF_RECT *)>;
-using RefOp = std::function<void(const IMF_BITMAP &, IMF_BITMAP *, const IMF_RECT &)>;
-
-struct Correction {
-    const char *name;
-    ImfOp fast;
-    RefOp ref;
-};
-
-const long kBalance[3] = {40, -25, 7};
-const TLong kBalanceValues[4] = {40, -25, 7, 99};
-
-const Correction kCorrections[] = {
-    {"equalize", imfEqualize, reference::Equalize},
-    {"equalize on luminance", imfEqualizeOnLuminance, reference::EqualizeOnLuminance},
-    {"auto levels", imfAutoLevels, reference::AutoLevels},
-    {"normalize", imfNormalize, reference::Normalize},
-    {"auto contrast", imfAutoContrast, reference::AutoContrast},
-    {"balance", [](IMF_BITMAP *s, IMF_BITMAP *d, const IMF_RECT *a) { return imfBalance(s, d, a, kBalanceValues); },
-     [](const IMF_BITMAP &s, IMF_BITMAP *t, const IMF_RECT &r) { reference::Balance(s, t, r, kBalance); }},
-};
 
 TEST(Histograms, StatedCases) {
     // A 1-bit bitmap: a single count at entry 0 of each array.
@@ -157,42 +133,6 @@ TEST(Corrections, PublicBalanceOrdersTheOffsets) {
     IMG_BITMAP *b = imgCreateBitmap(IMG_RGB, 2, 2);
     EXPECT_EQ(imgBalance(b, nullptr, nullptr), IMG_ERROR_BAD_PARAMETERS);
     imgFreeBitmap(b);
-}
-
-TEST(Corrections, GreyWithSixteenLevelsIsRescaledAndDeclared256) {
-    std::mt19937 rng(5);
-    OwnedImf b;
-    ASSERT_NE(imfAllock(b.get(), IMF_GREY, 1, 64, 4), 0);
-    for (int i = 0; i < 256; ++i) b->Data[i] = static_cast<TUbyte>(rng() % 16);
-    b->ColorUsed = 16;
-    OwnedImf expect;
-    testing_support::Clone(b.b, &expect);
-    reference::EqualizeOnLuminance(b.b, expect.get(), IMF_RECT{0, 0, 64, 4});
-    ASSERT_EQ(imfEqualizeOnLuminance(b.get(), nullptr, nullptr), IMF_NOERROR);
-    EXPECT_EQ(b->ColorUsed, 256);
-    EXPECT_EQ(testing_support::Diff(b.b, expect.b), "");
-    for (int i = 0; i < 256; ++i) ASSERT_LE(b->Data[i], 15);  // the curve was rescaled to 16 levels
-}
-
-// Empty bitmaps have no statistics: they come back unchanged with code 0,
-// palette included, and a destination is a plain copy.
-TEST(Corrections, EmptyBitmapsComeBackUnchanged) {
-    std::mt19937 rng(6);
-    for (unsigned type : {IMF_COLORS, IMF_GREY, IMF_RGBA})
-        for (const Correction &c : kCorrections) {
-            if (std::string(c.name) == "balance") continue;  // a plain table: defined on palettes
-            OwnedImf src, before, dst;
-            testing_support::MakeRandom(rng, type, 5, 1, 1, &src);
-            src->Height = 0;
-            src->ColorUsed = static_cast<TWord>(type == IMF_RGBA ? 0 : 77);
-            testing_support::Clone(src.b, &before);
-            ASSERT_EQ(c.fast(src.get(), dst.get(), nullptr), IMF_NOERROR) << c.name;
-            ASSERT_EQ(c.fast(src.get(), nullptr, nullptr), IMF_NOERROR) << c.name;
-            EXPECT_EQ(testing_support::Diff(src.b, before.b), "") << c.name;
-            EXPECT_EQ(testing_support::Diff(dst.b, before.b), "") << c.name;
-            EXPECT_EQ(src->ColorUsed, before->ColorUsed) << c.name;
-            EXPECT_EQ(dst->ColorUsed, before->ColorUsed) << c.name;
-        }
 }
 
 }  // namespace

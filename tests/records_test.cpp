@@ -270,31 +270,6 @@ TEST(Resize, AveragesWhenShrinkingAndInterpolatesWhenGrowing) {
     EXPECT_EQ(imfResize(src.get(), out.get(), 0, 3, 0), IMF_ERRBADPARAMS);
 }
 
-TEST(Copy, CopiesAnAreaIncludingUnalignedBits) {
-    std::mt19937 rng(3);
-    for (unsigned type : testing_support::kAllTypes) {
-        OwnedImf src, part;
-        testing_support::MakeRandom(rng, type, 19, 7, 4, &src);
-        const IMF_RECT area = {3, 2, 11, 4};
-        ASSERT_EQ(imfCopy(src.get(), part.get(), &area), IMF_NOERROR);
-        ASSERT_EQ(part->Width, 11);
-        for (int y = 0; y < 4; ++y)
-            for (int x = 0; x < 11; ++x) {
-                if (type == IMF_BINARY) {
-                    ASSERT_EQ(imfGetBitAtBuffer(part->Data + y * part->BytesPerLine, x),
-                              imfGetBitAtBuffer(src->Data + (y + 2) * src->BytesPerLine, x + 3));
-                } else {
-                    for (int c = 0; c < src->BytesPerPixel; ++c)
-                        ASSERT_EQ(part->Data[y * part->BytesPerLine + x * part->BytesPerPixel + c],
-                                  src->Data[(y + 2) * src->BytesPerLine + (x + 3) * src->BytesPerPixel + c]);
-                }
-            }
-        const IMF_RECT bad = {10, 0, 10, 1};
-        OwnedImf none;
-        EXPECT_EQ(imfCopy(src.get(), none.get(), &bad), IMF_ERRBADPARAMS);
-    }
-}
-
 TEST(CopyAndResize, RefuseMalformedRecords) {
     OwnedImf src;
     ASSERT_NE(imfAllock(src.get(), IMF_RGB, 1, 4, 3), 0);
