@@ -229,10 +229,12 @@ inline bool AreaInside(const Area &a, int w, int h) {
            static_cast<int64_t>(r.left) + r.width <= w && static_cast<int64_t>(r.top) + r.height <= h;
 }
 
-// Everything a call could change in a processing record and its buffers.
-class Snapshot {
+// Everything a call could change in a record (processing or public) and its
+// buffers.
+template <class Record>
+class RecordSnapshot {
 public:
-    explicit Snapshot(const IMF_BITMAP &b) : record_(b) {
+    explicit RecordSnapshot(const Record &b) : record_(b) {
         if (b.Data && b.BytesPerLine > 0 && b.Height > 0)
             data_.assign(b.Data, b.Data + static_cast<size_t>(b.BytesPerLine) * static_cast<size_t>(b.Height));
         if (b.ColorMap) {
@@ -240,46 +242,23 @@ public:
             map_.assign(m, m + sizeof(IMF_COLORMAP));
         }
     }
-    bool Same(const IMF_BITMAP &b) const {
+    bool Same(const Record &b) const {
         if (std::memcmp(&record_, &b, sizeof b) != 0) return false;
-        if (!data_.empty() && std::memcmp(b.Data, data_.data(), data_.size()) != 0) return false;
         if (!map_.empty() && std::memcmp(b.ColorMap, map_.data(), map_.size()) != 0) return false;
-        return true;
+        return SamePixels(b);
     }
-
-private:
-    IMF_BITMAP record_;
-    std::vector<TUbyte> data_, map_;
-};
-
-// The same for a public record.
-class ImgSnapshot {
-public:
-    explicit ImgSnapshot(const IMG_BITMAP &b) : record_(b) {
-        if (b.Data && b.Height > 0)
-            data_.assign(b.Data, b.Data + static_cast<size_t>(b.BytesPerLine) * static_cast<size_t>(b.Height));
-        if (b.ColorMap) {
-            const auto *m = reinterpret_cast<const TUbyte *>(b.ColorMap);
-            map_.assign(m, m + sizeof(IMF_COLORMAP));
-        }
-    }
-    bool Same(const IMG_BITMAP &b) const {
-        if (std::memcmp(&record_, &b, sizeof b) != 0) return false;
-        if (!data_.empty() && std::memcmp(b.Data, data_.data(), data_.size()) != 0) return false;
-        if (!map_.empty() && std::memcmp(b.ColorMap, map_.data(), map_.size()) != 0) return false;
-        return true;
-    }
-    // Same pixels and palette, whatever the record says besides.
-    bool SamePixels(const IMG_BITMAP &b) const {
+    // Same pixels, whatever the record says besides.
+    bool SamePixels(const Record &b) const {
         if (b.Height != record_.Height || b.BytesPerLine != record_.BytesPerLine) return false;
-        if (!data_.empty() && std::memcmp(b.Data, data_.data(), data_.size()) != 0) return false;
-        return true;
+        return data_.empty() || std::memcmp(b.Data, data_.data(), data_.size()) == 0;
     }
 
 private:
-    IMG_BITMAP record_;
+    Record record_;
     std::vector<TUbyte> data_, map_;
 };
+using Snapshot = RecordSnapshot<IMF_BITMAP>;
+using ImgSnapshot = RecordSnapshot<IMG_BITMAP>;
 
 // A public bitmap (imgCreateBitmap) of `type` with random pixels, palette,
 // ColorUsed and origin; null when the library declines the size.

@@ -85,7 +85,7 @@ bool Compress(const JpegRecipe &s, const Bytes &px, int components, unsigned cha
     return true;
 }
 
-bool Decompress(const Bytes &jpeg, JpegInfo *info, Bytes *pixels) {
+bool ReadHeader(const Bytes &jpeg, JpegInfo *info) {
     jpeg_decompress_struct d;
     Failure f;
     std::memset(&d, 0, sizeof d);
@@ -106,16 +106,6 @@ bool Decompress(const Bytes &jpeg, JpegInfo *info, Bytes *pixels) {
         info->h_samp[i] = d.comp_info[i].h_samp_factor;
         info->v_samp[i] = d.comp_info[i].v_samp_factor;
     }
-    if (pixels != nullptr) {
-        jpeg_start_decompress(&d);
-        const size_t stride = size_t(d.output_width) * size_t(d.output_components);
-        pixels->assign(stride * d.output_height, 0);
-        while (d.output_scanline < d.output_height) {
-            JSAMPROW row = pixels->data() + d.output_scanline * stride;
-            jpeg_read_scanlines(&d, &row, 1);
-        }
-        jpeg_finish_decompress(&d);
-    }
     jpeg_destroy_decompress(&d);
     return true;
 }
@@ -135,18 +125,8 @@ Bytes MakeJpeg(const JpegRecipe &s) {
 
 JpegInfo ReadJpegInfo(const Bytes &jpeg) {
     JpegInfo info;
-    info.ok = Decompress(jpeg, &info, nullptr);
+    info.ok = ReadHeader(jpeg, &info);
     return info;
-}
-
-Bytes DecodeJpeg(const Bytes &jpeg, int *width, int *height, int *components) {
-    JpegInfo info;
-    Bytes px;
-    if (!Decompress(jpeg, &info, &px)) px.clear();
-    *width = info.width;
-    *height = info.height;
-    *components = info.components;
-    return px;
 }
 
 std::vector<Segment> Segments(const Bytes &j) {
@@ -160,18 +140,6 @@ std::vector<Segment> Segments(const Bytes &j) {
         out.push_back(Segment{marker, at + 4, Bytes(j.begin() + long(at + 4), j.begin() + long(at + 2 + len))});
         at += 2 + len;
     }
-    return out;
-}
-
-Bytes WithoutApp1(const Bytes &j) {
-    Bytes out(j.begin(), j.begin() + 2);
-    size_t at = 2;
-    while (at + 4 <= j.size() && j[at] == 0xFF && j[at + 1] != 0xDA) {
-        const size_t len = size_t(j[at + 2]) << 8 | j[at + 3];
-        if (j[at + 1] != 0xE1) out.insert(out.end(), j.begin() + long(at), j.begin() + long(at + 2 + len));
-        at += 2 + len;
-    }
-    out.insert(out.end(), j.begin() + long(at), j.end());
     return out;
 }
 

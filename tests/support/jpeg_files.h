@@ -40,8 +40,6 @@ struct JpegInfo {
 };
 JpegInfo ReadJpegInfo(const Bytes &jpeg);
 
-// Decoded 8-bit samples (components interleaved), empty when not a JPEG.
-Bytes DecodeJpeg(const Bytes &jpeg, int *width, int *height, int *components);
 
 // One marker segment: code (0xE1 for APP1, ...) and its payload.
 struct Segment {
@@ -51,8 +49,6 @@ struct Segment {
 };
 // The segments before the first SOS.
 std::vector<Segment> Segments(const Bytes &jpeg);
-// The stream without its APP1 segments.
-Bytes WithoutApp1(const Bytes &jpeg);
 // Hostile files: a 64 x 48 file whose frame header declares side x side
 // pixels and whose scan data ends after 64 bytes; a progressive file whose
 // last scan comes `times` more times.
