@@ -64,37 +64,6 @@ TEST(Lut, GreyRescalingExampleAndCallersTableUntouched) {
     EXPECT_EQ(b->Data[1], 15);
 }
 
-// Grey bitmaps with 1, 0 or a negative number of levels are taken as 256 levels.
-TEST(Lut, DegenerateGreyLevelCountsUseTheTableUnchanged) {
-    for (TWord used : {1, 0, -5, 300}) {
-        OwnedImf b;
-        ASSERT_NE(imfAllock(b.get(), IMF_GREY, 1, 3, 1), 0);
-        b->ColorUsed = used;
-        b->Data[0] = 0; b->Data[1] = 100; b->Data[2] = 255;
-        ASSERT_EQ(imfNegate(b.get(), nullptr, nullptr), IMF_NOERROR);
-        EXPECT_EQ(b->Data[0], 255) << used;
-        EXPECT_EQ(b->Data[1], 155) << used;
-        EXPECT_EQ(b->Data[2], 0) << used;
-    }
-}
-
-TEST(Lut, ColourMapChangesOnlyUsedEntriesAndKeepsIndicesAndAlpha) {
-    std::mt19937 rng(1);
-    OwnedImf b, before;
-    testing_support::MakeRandom(rng, IMF_COLORS, 8, 8, 1, &b);
-    b->ColorUsed = 10;
-    testing_support::Clone(*b.get(), &before);
-    const IMF_RECT small = {1, 1, 2, 2};
-    ASSERT_EQ(imfNegate(b.get(), nullptr, &small), IMF_NOERROR);
-    EXPECT_EQ(std::memcmp(b->Data, before->Data, 64), 0);
-    for (int k = 0; k < 256; ++k) {
-        int r = before->ColorMap->Red[k];
-        EXPECT_EQ(b->ColorMap->Red[k], k < 10 ? 255 - r : r) << k;
-        EXPECT_EQ(b->ColorMap->Alpha[k], before->ColorMap->Alpha[k]);
-    }
-    EXPECT_EQ(b->ColorMap->HasAlpha, before->ColorMap->HasAlpha);
-}
-
 // ---- The public entry frame -------------------------------------------------
 
 TEST(Frame, BinaryBitmapsAreNegatedBitwise) {

@@ -123,21 +123,6 @@ TEST(RowFrame, SlotsHoldTheClampedNeighbourhoodForOddAndEvenSides) {
     }
 }
 
-TEST(RowFrame, EmptyRectangleGivesTheCopiedSourceWithoutTransparentIndex) {
-    std::mt19937 rng(5);
-    OwnedImf src, before, dst;
-    testing_support::MakeRandom(rng, IMF_BGRA, 6, 4, 4, &src);
-    src->TransparentIndex = 7;
-    testing_support::Clone(*src.get(), &before);
-    ProbeKernel probe(5, 0, 4);
-    probe.src = before.get();
-    const IMF_RECT empty = {2, 1, 0, 3};
-    ASSERT_EQ(imge::RunRowFilter(src.get(), dst.get(), &empty, 5, true, probe), IMF_NOERROR);
-    EXPECT_EQ(testing_support::Diff(*dst.get(), *before.get()), "");
-    EXPECT_EQ(dst->TransparentIndex, -1);
-    EXPECT_EQ(probe.rows_seen, 0);
-}
-
 TEST(RowFrame, ColourMapOnATypeWithoutOneIsNotCarriedOver) {
     std::mt19937 rng(6);
     OwnedImf src, dst;

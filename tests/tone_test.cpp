@@ -139,20 +139,4 @@ TEST(ToneTables, LevelsWithExtremeBounds) {
     for (int i = 0; i < 4; ++i) EXPECT_EQ(b->Data[i], 254) << i;
 }
 
-TEST(ToneTables, ColourMappedChangesThePaletteOnly) {
-    std::mt19937 rng(8);
-    OwnedImf src, before;
-    testing_support::MakeRandom(rng, IMF_COLORS, 13, 7, 1, &src);
-    testing_support::Clone(src.b, &before);
-    const IMF_RECT small = {1, 1, 2, 2};
-    ASSERT_EQ(imfSolarize(src.get(), nullptr, &small, 100), IMF_NOERROR);
-    EXPECT_EQ(std::memcmp(src->Data, before->Data, static_cast<size_t>(src->BytesPerLine) * src->Height), 0);
-    for (int k = 0; k < 256; ++k) {
-        auto s = [](int v) { return v <= 100 ? v : 255 - v; };
-        ASSERT_EQ(src->ColorMap->Red[k], s(before->ColorMap->Red[k]));
-        ASSERT_EQ(src->ColorMap->Blue[k], s(before->ColorMap->Blue[k]));
-        ASSERT_EQ(src->ColorMap->Alpha[k], before->ColorMap->Alpha[k]);
-    }
-}
-
 }  // namespace
