@@ -6,7 +6,6 @@
 #include <cstring>
 #include <functional>
 #include <limits>
-#include <random>
 
 #include "libformat.h"
 #include "libimge.h"
