@@ -114,7 +114,7 @@ TEST_P(ByteOrder, ThumbnailWithoutSizeOrOrientationEntries) {
     EXPECT_EQ(EXIFSetOrientation(&e, 1), 0);
     // Then the size is the stream's own, from its frame header (after an APP0
     // and fill bytes); a frame header cut short gives none.
-    const std::vector<uint8_t> head = {0xFF, 0xD8, 0xFF, 0xE0, 0, 4, 1, 2, 0xFF, 0xFF, 0xC2, 0, 11, 8, 0, 48, 0, 64, 1, 1, 0x11, 0};
+    const std::vector<uint8_t> head = {0xFF, 0xD8, 0xFF, 0xE0, 0, 4, 1, 2, 0xFF, 0xFF, 0xCF, 0, 11, 8, 0, 48, 0, 64, 1, 1, 0x11, 0};
     for (size_t cut : {head.size(), size_t{16}}) {
         recipe.thumbnail.assign(head.begin(), head.begin() + static_cast<long>(cut));
         recipe.thumbnail.insert(recipe.thumbnail.end(), {0xFF, 0xD9});
