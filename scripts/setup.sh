@@ -5,7 +5,7 @@ set -euo pipefail
 packages=(cmake make g++ pkg-config libjpeg62-turbo-dev libhwy-dev libpng-dev
           libgtest-dev libbenchmark-dev libopencv-imgproc-dev libjpeg-turbo-progs
           libimage-exiftool-perl pybind11-dev python3-dev python3-numpy python3-pytest
-          python3-dask python3-distributed python3-opencv python3-pil)
+          python3-dask python3-distributed python3-opencv python3-pil man-db)
 packages+=("$@")
 missing=()
 for p in "${packages[@]}"; do

@@ -9,6 +9,7 @@
 #include "cli.h"
 #include "libtools.h"
 #include "io/image_io.h"
+#include "plot.h"
 #include "sample.h"
 #include "sheet.h"
 
@@ -113,7 +114,11 @@ int RunDemo(const std::vector<std::string> &argv) {
                 const std::string text = op.report(r.args, *sample);
                 written = prefix + op.name + ".txt";
                 std::ofstream(written) << text;
-                cells.push_back(SheetCell{op.name, nullptr, FirstLine(text)});
+                // The histograms are shown as their plot.
+                Image plot = op.name == "histogram" ? HistogramPlot(*sample) : nullptr;
+                const std::string note = plot ? "--plot " + op.name + ".png" : FirstLine(text);
+                if (plot) SaveImage(*plot, prefix + op.name + ".png");
+                cells.push_back(SheetCell{op.name, std::move(plot), note});
             } else if (op.file) {
                 written = prefix + op.name + ".jpg";
                 WriteFileAtomic(written, ReadFile(prefix + "sample-exif.jpg"));

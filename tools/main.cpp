@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "cli.h"
+#include "man.h"
 
 int main(int argc, char **argv) {
     using namespace tool;
@@ -15,6 +16,10 @@ int main(int argc, char **argv) {
     const std::string first = args[0];
     if (first == "--help" || first == "-h" || first == "help") {
         std::cout << MainHelp();
+        return kExitOk;
+    }
+    if (first == "--man") {  // the manual page, roff
+        std::cout << ManPage();
         return kExitOk;
     }
     if (first == "--version") {

@@ -141,6 +141,7 @@ const std::vector<Op> &AllOps() {
         AddFamily(v, "rank", RankOps());
         AddFamily(v, "colour", ColourOps());
         AddFamily(v, "draw", DrawOps());
+        AddFamily(v, "geometry", GeometryOps());
         AddFamily(v, "jpeg", JpegOps());
         return v;
     }();

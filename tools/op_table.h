@@ -130,6 +130,7 @@ std::vector<Op> FilterOps();
 std::vector<Op> RankOps();
 std::vector<Op> ColourOps();
 std::vector<Op> DrawOps();
+std::vector<Op> GeometryOps();
 std::vector<Op> JpegOps();
 
 // Every row, in family order; Find returns null for an unknown name.

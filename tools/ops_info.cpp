@@ -51,7 +51,7 @@ std::vector<Op> InfoOps() {
         Report("info",
                "Prints the size and the bitmap type a file is loaded as; for photographs also "
                "the EXIF orientation (how the stored pixels must be turned to be seen upright), "
-               "the resolution, the metadata blocks with their sizes and the ICC profile's name",
+               "the resolution, the metadata blocks with their sizes, the EXIF thumbnail's size and the ICC profile's name",
                {},
                [](const Args &, const IMG_BITMAP &b) {
                    std::string s = std::to_string(b.Width) + " x " + std::to_string(b.Height) + " " + TypeName(b.Type);
@@ -65,17 +65,23 @@ std::vector<Op> InfoOps() {
                        s += "resolution: " + std::to_string(b.Xdpi) + " x " + std::to_string(b.Ydpi) + " dpi\n";
                    std::string blocks, icc;
                    int orientation = 0;
+                   EXIFThumbInfo thumb{};
+                   bool has_thumb = false;
                    static const char *kinds[] = {"?", "EXIF", "IPTC", "XMP", "ICC"};
                    for (const auto *e = static_cast<const IMF_METADATAENTRY *>(b.MetaData); e; e = e->Next) {
                        const char *kind = e->Marker <= 4 ? kinds[e->Marker] : "maker notes";
                        blocks += std::string(blocks.empty() ? "" : ", ") + kind + " " + std::to_string(e->Length) + " bytes";
                        if (e->Marker == IMF_EXIF_METADATA && !orientation) EXIFGetOrientation(e, &orientation);
+                       if (e->Marker == IMF_EXIF_METADATA && e->Data && !has_thumb)
+                           has_thumb = EXIFThumbGet(e->Data, e->Length, &thumb) != 0;
                        if (e->Marker == IMF_ICC_METADATA && e->Data)
                            icc = IccDescription(static_cast<const uint8_t *>(e->Data), static_cast<size_t>(e->Length));
                    }
                    if (orientation)
                        s += "orientation: " + std::to_string(orientation) + " (" + OrientationName(orientation) + ")\n";
                    if (!blocks.empty()) s += "metadata: " + blocks + "\n";
+                   if (has_thumb)
+                       s += "EXIF thumbnail: " + std::to_string(thumb.Width) + " x " + std::to_string(thumb.Height) + "\n";
                    if (!icc.empty()) s += "ICC profile: " + icc + "\n";
                    return s;
                }),

@@ -1,7 +1,9 @@
 // Tone curves, histograms and automatic corrections.
 #include <string>
 
+#include "io/image_io.h"
 #include "op_table.h"
+#include "plot.h"
 
 namespace tool {
 
@@ -34,6 +36,13 @@ std::string Histogram(const IMG_BITMAP &b) {
              std::to_string(h[512 + v]) + " " + std::to_string(h[768 + v]) + "\n";
     }
     return s;
+}
+
+void CheckPlotName(const Args &a) {
+    Format f;
+    const std::string &name = a.Text("plot");
+    if (name != "none" && !FormatForName(name, &f))
+        throw ToolError{"--plot '" + name + "': cannot tell the format (use .png, .jpg or .ppm)"};
 }
 
 }  // namespace
@@ -96,8 +105,16 @@ std::vector<Op> ToneOps() {
                              return imgBalance(s, d, &c);
                          }),
                   CheckOffsets),
-        Report("histogram", "Prints the luminance, red, green and blue histograms (values that occur)", {},
-               [](const Args &, const IMG_BITMAP &b) { return Histogram(b); }),
+        WithCheck(Report("histogram",
+                         "Prints the luminance, red, green and blue histograms (values that occur); --plot "
+                         "draws them into a picture",
+                         {Param{"plot", Kind::Text, "none", 0, 0,
+                                "also draw the four histograms into this file (.png, .jpg, .ppm)", ""}},
+                         [](const Args &a, const IMG_BITMAP &b) {
+                             if (a.Text("plot") != "none") SaveImage(*HistogramPlot(b), a.Text("plot"));
+                             return Histogram(b);
+                         }),
+                  CheckPlotName),
     };
 }
 

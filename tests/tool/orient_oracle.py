@@ -2,8 +2,9 @@
 # Checks imge's orientation handling against Pillow's ImageOps.exif_transpose
 # on generated 45 x 29 JPEG files (partial 16-pixel iMCUs on both sides), for
 # all eight EXIF orientations: what a viewer shows after each command must be
-# the shown source turned, flipped, cut or negated as asked (a crop is found
-# where it fits best, its corner being moved to the block grid).
+# the shown source turned, flipped, cut, resized or negated as asked (a
+# lossless crop is found where it fits best, its corner being moved to the
+# block grid).
 # Usage: orient_oracle.py path/to/imge   (run in a scratch folder)
 import subprocess
 import sys
@@ -21,6 +22,10 @@ cases = [  # command, what happens to the shown picture
     (["jpeg-flip", "--direction", "horizontal"], lambda im: im.transpose(T.FLIP_LEFT_RIGHT)),
     (["jpeg-flip", "--direction", "vertical"], lambda im: im.transpose(T.FLIP_TOP_BOTTOM)),
     (["jpeg-crop", "--x", "16", "--y", "16", "--width", "8", "--height", "8"], None),
+    (["rotate", "--by", "90"], lambda im: im.transpose(T.ROTATE_270)),
+    (["flip", "--direction", "vertical"], lambda im: im.transpose(T.FLIP_TOP_BOTTOM)),
+    (["crop", "--x", "5", "--y", "7", "--width", "20", "--height", "11"], lambda im: im.crop((5, 7, 25, 18))),
+    (["resize", "--width", "20"], lambda im: im.resize((20, round(20 * im.height / im.width)), Image.Resampling.BOX)),
     (["negative"], ImageOps.invert),
     (["negative", "--auto-orient"], ImageOps.invert),
 ]

@@ -229,6 +229,81 @@ if /usr/bin/python3 -c "import PIL" 2>/dev/null; then
   mkdir oracle && (cd oracle && /usr/bin/python3 "$HERE/orient_oracle.py" "$IMGE") || fail "orientation oracle"
 fi
 
+# ---- geometry, the histogram plot, the manual page ---------------------------------
+# Each row: exit code | the file to describe (must be absent after a failure) |
+# what `info` says of it (size and type, orientation, EXIF thumbnail), or for a
+# failure a part of the message | the command. J is the demo's JPEG: 320 x 240
+# stored, orientation 6 (shown 240 x 320), a 160 x 120 thumbnail.
+describe() { run info "$1"; local o t; o=$(sed -n 's/^orientation: \([0-9]\).*/\1/p' "$T/.out")
+  t=$(sed -n 's/^EXIF thumbnail: //p' "$T/.out"); echo "${out%%$'\n'*}, o${o:--}, thumb ${t:--}"; }
+printf 'P5\n3 2\n255\n\001\002\003\004\005\006' > g32.pgm
+while IFS='|' read -r want_rc file want cmd; do
+  rm -f "$file"; run ${cmd//J/demo/sample-exif.jpg} -q; expect_rc "$want_rc" "$cmd"
+  if [ "$want_rc" -ne 0 ]; then expect_err "$want" "$cmd"; absent "$file" "$cmd"; continue; fi
+  got=$(describe "$file"); [ "$got" = "$want" ] || fail "$cmd: $got, expected $want"
+done <<ROWS
+0|geo.jpg|320 x 240 RGB, o6, thumb 160 x 120|convert J -o geo.jpg
+0|geo.png|320 x 240 RGB, o1, thumb -|rotate --by 90 J -o geo.png
+0|geo.png|240 x 320 RGB, o1, thumb -|rotate --by 180 J -o geo.png
+0|geo.png|240 x 320 RGB, o1, thumb -|flip --direction vertical J -o geo.png
+0|geo.png|100 x 50 RGB, o1, thumb -|crop --x 10 --y 20 --width 100 --height 50 J -o geo.png
+0|geo.png|40 x 320 RGB, o1, thumb -|crop --x 200 --width 100 --height 400 J -o geo.png
+0|geo.png|120 x 160 RGB, o1, thumb -|resize --width 120 J -o geo.png
+0|geo.png|90 x 120 RGB, o1, thumb -|resize --height 120 J -o geo.png
+0|geo.png|72 x 96 RGB, o1, thumb -|resize --scale 30 J -o geo.png
+0|geo.png|150 x 200 RGB, o1, thumb -|resize --fit 200x200 J -o geo.png
+0|geo.png|50 x 60 RGB, o1, thumb -|resize --width 50 --height 60 --auto-orient J -o geo.png
+0|geo.png|2 x 4 colour-mapped (4 palette entries, with alpha), o-, thumb -|rotate --by 270 $DATA/palette.png -o geo.png
+0|geo.png|8 x 4 RGBA, o-, thumb -|resize --scale 200 $DATA/palette.png -o geo.png
+0|geo.pgm|2 x 3 grey, o-, thumb -|rotate g32.pgm -o geo.pgm
+0|plot.png|592 x 596 RGB, o-, thumb -|histogram --plot plot.png J
+2|geo.png|give --width and/or --height, or --scale, or --fit|resize J -o geo.png
+2|geo.png|give --width and/or --height, or --scale, or --fit|resize --width 10 --scale 50 J -o geo.png
+2|geo.png|expected WIDTHxHEIGHT|resize --fit 200 J -o geo.png
+1|geo.png|at most 65535 a side|resize --height 65535 g32.pgm -o geo.png
+2|geo.png|expected one of 90, 180, 270|rotate --by 45 J -o geo.png
+2|geo.png|crop needs --width|crop --height 5 J -o geo.png
+1|geo.png|the corner 240,0 lies outside the 240 x 320 picture|crop --x 240 --width 5 --height 5 J -o geo.png
+2|plot.gif|cannot tell the format|histogram --plot plot.gif J
+ROWS
+# Exact pixels of the 3 x 2 grey picture 1 2 3 / 4 5 6 after each geometry step.
+while IFS='|' read -r want cmd; do
+  run $cmd g32.pgm -o px.pgm; expect_rc 0 "$cmd"; n=$(($(wc -c < px.pgm) - $(wc -c < g32.pgm) + 6))
+  [ "$(tail -c $n px.pgm | od -An -tu1 -v | tr -s ' \n' ' ' | sed 's/^ //;s/ $//')" = "$want" ] || fail "$cmd on 1 2 3 / 4 5 6 gives $(tail -c $n px.pgm | od -An -tu1 -v)"
+done <<'ROWS'
+4 1 5 2 6 3|rotate --by 90
+6 5 4 3 2 1|rotate --by 180
+3 6 2 5 1 4|rotate --by 270
+3 2 1 6 5 4|flip --direction horizontal
+4 5 6 1 2 3|flip --direction vertical
+2 3 5 6|crop --x 1 --width 5 --height 5
+1 2 3 4 5 6|convert
+ROWS
+# The plot of a picture that is half 0, half 200: in every panel, full bars at
+# 0 and 200 and nothing between (bars are 2 pixels a value from x = 64).
+if /usr/bin/python3 -c "import PIL" 2>/dev/null; then
+  printf 'P5\n2 1\n255\n\000\310' > two.pgm; run histogram --plot two.png two.pgm; expect_rc 0 "histogram --plot"
+  /usr/bin/python3 -c "from PIL import Image
+im = Image.open('two.png').convert('RGB'); bg = im.getpixel((64 + 2 * 100, 42))
+for top in (42, 184, 326, 468):  # the first row of each panel's plot area
+    assert im.getpixel((64, top)) != bg and im.getpixel((64 + 400, top)) != bg and im.getpixel((64 + 200, top + 99)) == bg, top" \
+    || fail "histogram plot bars"
+fi
+# Resizing a photograph keeps its metadata; the EXIF size is rewritten, the
+# orientation is 1 (meta.jpg: stored 320 x 240, orientation 6).
+if [ -f meta.jpg ] && command -v exiftool >/dev/null; then
+  tags="-Make -DateTimeOriginal -GPSLatitude -Keywords -Subject -ProfileDescription -XResolution"
+  run resize --width 100 meta.jpg -o small.jpg; expect_rc 0 "resize a photograph"
+  [ "$(exiftool -s3 $tags small.jpg)" = "$(exiftool -s3 $tags meta.jpg)" ] || fail "resize lost metadata: $(exiftool -s3 $tags small.jpg | tr '\n' '|')"
+  [ "$(exiftool -s3 -n -Orientation -ExifImageWidth -ExifImageHeight small.jpg | tr '\n' ' ')" = "1 100 133 " ] || fail "EXIF after resize: $(exiftool -s3 -n -Orientation -ExifImageWidth -ExifImageHeight small.jpg | tr '\n' ' ')"
+fi
+# The manual page lists every operation and renders without warnings.
+run --man; expect_rc 0 "--man"
+for op in $ops; do grep -qxF ".B ${op//-/\\-}" "$T/.out" || fail "the manual page lacks $op"; done
+if command -v groff >/dev/null; then
+  [ -z "$(groff -man -ww -z "$T/.out" 2>&1)" ] || fail "groff warns about the manual page: $(groff -man -ww -z "$T/.out" 2>&1 | head -n 3)"
+fi
+
 # No scratch files are left behind by any of the failures.
 leftovers=$(find . -name '.*.??????' | head -n 3)
 [ -z "$leftovers" ] || fail "scratch files left: $leftovers"
