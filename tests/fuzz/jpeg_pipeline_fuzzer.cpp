@@ -2,63 +2,14 @@
 // its arguments, the rest is the source file. Whatever the call returns,
 // the source file must keep its bytes; in place, a failed call must leave
 // the file as it was and no work file behind.
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <string>
-#include <vector>
 
 #include "libformat.h"
+#include "support/jpeg_files.h"
 
-namespace {
-
-// One scratch folder per fuzzing process, removed when it ends.
-struct ScratchDir {
-    std::string path;
-    ScratchDir() {
-        const char *t = std::getenv("TMPDIR");
-        std::string pattern = std::string(t && *t ? t : "/tmp") + "/imge-fuzz-jpeg-XXXXXX";
-        std::vector<char> buf(pattern.begin(), pattern.end());
-        buf.push_back(0);
-        if (mkdtemp(buf.data()) == nullptr) std::abort();
-        path = buf.data();
-    }
-    ~ScratchDir() { rmdir(path.c_str()); }
-};
-
-const std::string &Dir() {
-    static const ScratchDir dir;
-    return dir.path;
-}
-
-void Write(const std::string &path, const uint8_t *data, size_t size) {
-    FILE *f = std::fopen(path.c_str(), "wb");
-    if (f == nullptr) std::abort();
-    if (size > 0 && std::fwrite(data, 1, size, f) != size) std::abort();
-    if (std::fclose(f) != 0) std::abort();
-}
-
-std::vector<uint8_t> Read(const std::string &path) {
-    std::vector<uint8_t> out;
-    FILE *f = std::fopen(path.c_str(), "rb");
-    if (f == nullptr) return out;
-    uint8_t buf[4096];
-    size_t n;
-    while ((n = std::fread(buf, 1, sizeof buf, f)) > 0) out.insert(out.end(), buf, buf + n);
-    std::fclose(f);
-    return out;
-}
-
-bool Exists(const std::string &path) {
-    struct stat st;
-    return stat(path.c_str(), &st) == 0;
-}
-
-}  // namespace
+using testing_support::Bytes;
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     // A mutated header may declare a picture of 65535 x 65535: the pipeline
@@ -77,9 +28,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     const uint8_t *file = data + 8;
     const size_t file_size = size - 8;
 
-    const std::string src = Dir() + "/photo.jpg", dst = Dir() + "/out.jpg", work = Dir() + "/photo.jp_";
-    Write(src, file, file_size);
-    const std::vector<uint8_t> before(file, file + file_size);
+    static const testing_support::TempDir dir;  // one per fuzzing process
+    const std::string src = dir.File("photo.jpg"), dst = dir.File("out.jpg"), work = dir.File("photo.jp_");
+    const Bytes before(file, file + file_size);
+    testing_support::WriteFileBytes(src, before);
     TWord result = 0;
     switch (mode) {
     case 0: result = imfJpegLosslessTransformEx(src.c_str(), dst.c_str(), code, flags); break;
@@ -90,9 +42,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     }
     if (result != 0 && result != 1) std::abort();
     if (mode <= 2 || result == 0) {
-        if (Read(src) != before) std::abort();  // the source keeps its bytes
+        if (testing_support::ReadFileBytes(src) != before) std::abort();  // the source keeps its bytes
     }
-    if (mode >= 3 && Exists(work)) std::abort();  // no work file is left
+    if (mode >= 3 && testing_support::FileExists(work)) std::abort();  // no work file is left
     std::remove(src.c_str());
     std::remove(dst.c_str());
     return 0;
