@@ -53,29 +53,29 @@ struct Op {
     int tolerance = 0;
 };
 
-Op Table(const char *name, IMF_ERROR (*fn)(IMF_BITMAP *, IMF_BITMAP *, const IMF_RECT *, TLong), TLong v,
-         void (*table)(TUbyte *, TLong)) {
+Op Make(std::string name, unsigned types, bool params_ok, Fast fast, Ref ref = nullptr) {
     Op op;
-    op.name = name;
-    op.fast = [fn, v](IMF_BITMAP *s, IMF_BITMAP *d, const IMF_RECT *a) { return fn(s, d, a, v); };
-    op.ref = [table, v](const IMF_BITMAP &s, IMF_BITMAP *t, const IMF_RECT &r) {
-        TUbyte lut[256];
-        table(lut, v);
-        reference::ApplyLut(s, t, r, lut);
-    };
+    op.name = std::move(name);
+    op.types = types;
+    op.params_ok = params_ok;
+    op.fast = std::move(fast);
+    op.ref = std::move(ref);
     return op;
 }
 
-Op LutOp(const char *name, Fast fast, std::function<void(TUbyte *)> table) {
-    Op op;
-    op.name = name;
-    op.fast = std::move(fast);
-    op.ref = [table](const IMF_BITMAP &s, IMF_BITMAP *t, const IMF_RECT &r) {
+// A table operation: the expected bytes are the table applied by the reference.
+Op LutOp(const char *name, bool params_ok, Fast fast, std::function<void(TUbyte *)> table) {
+    return Make(name, kByte, params_ok, std::move(fast), [table](const IMF_BITMAP &s, IMF_BITMAP *t, const IMF_RECT &r) {
         TUbyte lut[256];
         table(lut);
         reference::ApplyLut(s, t, r, lut);
-    };
-    return op;
+    });
+}
+
+Op Table(const char *name, IMF_ERROR (*fn)(IMF_BITMAP *, IMF_BITMAP *, const IMF_RECT *, TLong), TLong v,
+         void (*table)(TUbyte *, TLong), bool params_ok = true) {
+    return LutOp(name, params_ok, [fn, v](IMF_BITMAP *s, IMF_BITMAP *d, const IMF_RECT *a) { return fn(s, d, a, v); },
+                 [table, v](TUbyte *t) { table(t, v); });
 }
 
 // The expected result is the same call on the plain loops, into a new bitmap
@@ -94,92 +94,62 @@ bool GammaOk(double g) { return std::isfinite(g) && g > 0.0; }
 Op PickOp(fuzz::Input &in) {
     const int which = fuzz::Pinned(in.Range(0, 45), fuzz::Steer().op);
     switch (which) {
-        case 0: {
-            const TLong b = in.Param(-300, 300);
-            return Table("brightness", imfBrightness, b, imge::BrightnessTable);
-        }
+        case 0: return Table("brightness", imfBrightness, in.Param(-300, 300), imge::BrightnessTable);
         case 1: {
             const TLong c = in.Param(-127, 127);
-            Op op = Table("contrast", imfContrast, c, imge::ContrastTable);
-            op.params_ok = c > -128 && c < 128;
-            return op;
+            return Table("contrast", imfContrast, c, imge::ContrastTable, c > -128 && c < 128);
         }
         case 2: {
             const double g = in.Real(0.01, 8.0);
-            Op op = LutOp("gamma", [g](IMF_BITMAP *s, IMF_BITMAP *d, const IMF_RECT *a) { return imfGamma(s, d, a, g); },
-                          [g](TUbyte *t) { imge::GammaTable(t, g); });
-            op.params_ok = GammaOk(g);
-            return op;
+            return LutOp("gamma", GammaOk(g), [g](IMF_BITMAP *s, IMF_BITMAP *d, const IMF_RECT *a) { return imfGamma(s, d, a, g); },
+                         [g](TUbyte *t) { imge::GammaTable(t, g); });
         }
         case 3:
-            return LutOp("log", [](IMF_BITMAP *s, IMF_BITMAP *d, const IMF_RECT *a) { return imfLog(s, d, a); },
+            return LutOp("log", true, [](IMF_BITMAP *s, IMF_BITMAP *d, const IMF_RECT *a) { return imfLog(s, d, a); },
                          [](TUbyte *t) { imge::LogTable(t); });
         case 4: {
             const TLong lo = in.Param(0, 255), hi = in.Param(0, 255);
-            return LutOp("levels",
+            return LutOp("levels", true,
                          [lo, hi](IMF_BITMAP *s, IMF_BITMAP *d, const IMF_RECT *a) { return imfLevels(s, d, a, lo, hi); },
                          [lo, hi](TUbyte *t) { imge::LevelsTable(t, lo, hi); });
         }
         case 5: {
             const TLong n = in.Param(2, 256);
-            Op op = Table("posterize", imfPosterize, n, imge::PosterizeTable);
-            op.params_ok = n >= 2 && n <= 256;
-            return op;
+            return Table("posterize", imfPosterize, n, imge::PosterizeTable, n >= 2 && n <= 256);
         }
-        case 6: {
-            const TLong t = in.Param(-1, 256);
-            return Table("solarize", imfSolarize, t, imge::SolarizeTable);
-        }
+        case 6: return Table("solarize", imfSolarize, in.Param(-1, 256), imge::SolarizeTable);
         case 7: {
             const TLong b = in.Param(-300, 300), c = in.Param(-127, 127);
             const double g = in.Real(0.05, 5.0);
-            Op op = LutOp("adjust",
-                          [b, c, g](IMF_BITMAP *s, IMF_BITMAP *d, const IMF_RECT *a) { return imfAdjust(s, d, a, b, c, g); },
-                          [b, c, g](TUbyte *t) { imge::AdjustTable(t, b, c, g); });
-            op.params_ok = c > -128 && c < 128 && GammaOk(g);
-            return op;
+            return LutOp("adjust", c > -128 && c < 128 && GammaOk(g),
+                         [b, c, g](IMF_BITMAP *s, IMF_BITMAP *d, const IMF_RECT *a) { return imfAdjust(s, d, a, b, c, g); },
+                         [b, c, g](TUbyte *t) { imge::AdjustTable(t, b, c, g); });
         }
-        case 8: {
-            Op op;
-            op.name = "negate";
-            op.types = kAll;
-            op.fast = [](IMF_BITMAP *s, IMF_BITMAP *d, const IMF_RECT *a) { return imfNegate(s, d, a); };
-            op.ref = [](const IMF_BITMAP &s, IMF_BITMAP *t, const IMF_RECT &r) {
+        case 8:
+            return Make("negate", kAll, true, imfNegate, [](const IMF_BITMAP &s, IMF_BITMAP *t, const IMF_RECT &r) {
                 if (s.Type == IMF_BINARY) return reference::NegateBits(t, r);
                 TUbyte lut[256];
                 for (int i = 0; i < 256; ++i) lut[i] = static_cast<TUbyte>(255 - i);
                 reference::ApplyLut(s, t, r, lut);
-            };
-            return op;
-        }
+            });
         case 9: {
-            TUbyte lut[256];
-            for (auto &v : lut) v = in.Byte();
-            std::vector<TUbyte> table(lut, lut + 256);
-            return LutOp("apply lut",
-                         [table](IMF_BITMAP *s, IMF_BITMAP *d, const IMF_RECT *a) {
-                             return imfApplyLut(s, d, a, table.data());
-                         },
+            std::vector<TUbyte> table(256);
+            for (auto &v : table) v = in.Byte();
+            return LutOp("apply lut", true,
+                         [table](IMF_BITMAP *s, IMF_BITMAP *d, const IMF_RECT *a) { return imfApplyLut(s, d, a, table.data()); },
                          [table](TUbyte *t) { std::memcpy(t, table.data(), 256); });
         }
         case 10: {
             const TLong amount = in.Param(-300, 300);
-            Op op;
-            op.name = "contrabrightness";
-            op.types = kNotMapped;
-            op.fast = [amount](IMF_BITMAP *s, IMF_BITMAP *d, const IMF_RECT *a) {
+            return PlainTwin(Make("contrabrightness", kNotMapped, true, [amount](IMF_BITMAP *s, IMF_BITMAP *d, const IMF_RECT *a) {
                 return imfContraBrightness(s, d, a, amount);
-            };
-            return PlainTwin(op);
+            }));
         }
         case 11: {
             const double g = in.Real(0.05, 5.0);
-            Op op;
-            op.name = "gammasat";
-            op.types = kTrue;
-            op.params_ok = GammaOk(g);
-            op.fast = [g](IMF_BITMAP *s, IMF_BITMAP *d, const IMF_RECT *a) { return imfGammasat(s, d, a, g); };
-            return PlainTwin(op);
+            return PlainTwin(Make("gammasat", kTrue, GammaOk(g), [g](IMF_BITMAP *s, IMF_BITMAP *d, const IMF_RECT *a) {
+                return imfGammasat(s, d, a, g);
+            }));
         }
         case 12: case 13: case 14: case 15: case 16: {
             static const struct {
@@ -192,24 +162,19 @@ Op PickOp(fuzz::Input &in) {
                                 {"normalize", imfNormalize, reference::Normalize},
                                 {"auto contrast", imfAutoContrast, reference::AutoContrast}};
             const auto &c = kCorrections[which - 12];
-            Op op;
-            op.name = c.name;
-            op.fast = c.fast;
-            op.ref = c.ref;
-            return op;
+            return Make(c.name, kByte, true, c.fast, c.ref);
         }
         case 17: {
             TLong values[4];
             for (auto &v : values) v = in.Param(-300, 300);
             std::vector<TLong> keep(values, values + 4);
-            Op op;
-            op.name = "balance";
-            op.fast = [keep](IMF_BITMAP *s, IMF_BITMAP *d, const IMF_RECT *a) { return imfBalance(s, d, a, keep.data()); };
-            op.ref = [keep](const IMF_BITMAP &s, IMF_BITMAP *t, const IMF_RECT &r) {
-                const long v[3] = {keep[0], keep[1], keep[2]};
-                reference::Balance(s, t, r, v);
-            };
-            return op;
+            return Make(
+                "balance", kByte, true,
+                [keep](IMF_BITMAP *s, IMF_BITMAP *d, const IMF_RECT *a) { return imfBalance(s, d, a, keep.data()); },
+                [keep](const IMF_BITMAP &s, IMF_BITMAP *t, const IMF_RECT &r) {
+                    const long v[3] = {keep[0], keep[1], keep[2]};
+                    reference::Balance(s, t, r, v);
+                });
         }
         case 18: {
             IMG_FILTER f{};
@@ -236,14 +201,12 @@ Op PickOp(fuzz::Input &in) {
         }
         case 19: {
             const TLong index = in.Param(0, 8);
-            Op op;
-            op.name = "convolve index";
-            op.params_ok = index >= 0 && index <= 8;
-            op.fast = [index](IMF_BITMAP *s, IMF_BITMAP *d, const IMF_RECT *a) { return imfConvolveIndex(s, d, a, index); };
-            op.ref = [index](const IMF_BITMAP &s, IMF_BITMAP *t, const IMF_RECT &r) {
-                reference::ConvolveIndex(s, t, r, static_cast<int>(index));
-            };
-            return op;
+            return Make(
+                "convolve index", kByte, index >= 0 && index <= 8,
+                [index](IMF_BITMAP *s, IMF_BITMAP *d, const IMF_RECT *a) { return imfConvolveIndex(s, d, a, index); },
+                [index](const IMF_BITMAP &s, IMF_BITMAP *t, const IMF_RECT &r) {
+                    reference::ConvolveIndex(s, t, r, static_cast<int>(index));
+                });
         }
         case 20: {
             static const struct {
@@ -259,14 +222,10 @@ Op PickOp(fuzz::Input &in) {
                           {"emboss", imfEmboss, IMF_FilterEmboss},
                           {"emboss more", imfEmbossMore, IMF_FilterEmbossMore}};
             const auto &n = in.Pick(kNamed);
-            Op op;
-            op.name = n.name;
-            op.fast = n.fast;
             const int index = n.index;
-            op.ref = [index](const IMF_BITMAP &s, IMF_BITMAP *t, const IMF_RECT &r) {
+            return Make(n.name, kByte, true, n.fast, [index](const IMF_BITMAP &s, IMF_BITMAP *t, const IMF_RECT &r) {
                 reference::ConvolveIndex(s, t, r, index);
-            };
-            return op;
+            });
         }
         case 21: {
             const TLong p = in.Param(-300, 300);
@@ -295,22 +254,12 @@ Op PickOp(fuzz::Input &in) {
         }
         case 25: {
             const TLong n = in.Param(2, 15);
-            Op op;
-            op.name = "average";
-            op.params_ok = n >= 2 && n <= 15;
-            op.fast = [n](IMF_BITMAP *s, IMF_BITMAP *d, const IMF_RECT *a) { return imfAverage(s, d, a, n); };
-            op.ref = [n](const IMF_BITMAP &s, IMF_BITMAP *t, const IMF_RECT &r) {
-                reference::Average(s, t, r, static_cast<int>(n));
-            };
-            return op;
+            return Make(
+                "average", kByte, n >= 2 && n <= 15,
+                [n](IMF_BITMAP *s, IMF_BITMAP *d, const IMF_RECT *a) { return imfAverage(s, d, a, n); },
+                [n](const IMF_BITMAP &s, IMF_BITMAP *t, const IMF_RECT &r) { reference::Average(s, t, r, static_cast<int>(n)); });
         }
-        case 26: {
-            Op op;
-            op.name = "reduce noise";
-            op.fast = imfReduceNoise;
-            op.ref = reference::ReduceNoise;
-            return op;
-        }
+        case 26: return Make("reduce noise", kByte, true, imfReduceNoise, reference::ReduceNoise);
         case 27: case 28: case 29: case 30: {
             static const struct {
                 const char *name;
@@ -322,16 +271,13 @@ Op PickOp(fuzz::Input &in) {
                          {"median cross", imfMedianCross, reference::Rank::kMedianCross}};
             const auto &r = kRank[which - 27];
             const TLong n = in.Param(2, 15);
-            Op op;
-            op.name = r.name;
-            op.params_ok = n >= 2 && n <= 15;
-            auto fn = r.fast;
+            const auto fn = r.fast;
             const auto kind = r.kind;
-            op.fast = [fn, n](IMF_BITMAP *s, IMF_BITMAP *d, const IMF_RECT *a) { return fn(s, d, a, n); };
-            op.ref = [kind, n](const IMF_BITMAP &s, IMF_BITMAP *t, const IMF_RECT &rect) {
-                reference::RankFilter(kind, s, t, rect, static_cast<int>(n));
-            };
-            return op;
+            return Make(
+                r.name, kByte, n >= 2 && n <= 15, [fn, n](IMF_BITMAP *s, IMF_BITMAP *d, const IMF_RECT *a) { return fn(s, d, a, n); },
+                [kind, n](const IMF_BITMAP &s, IMF_BITMAP *t, const IMF_RECT &rect) {
+                    reference::RankFilter(kind, s, t, rect, static_cast<int>(n));
+                });
         }
         case 31: {
             const TLong n = in.Param(2, 25);
@@ -362,36 +308,20 @@ Op PickOp(fuzz::Input &in) {
             op.tolerance = 1;
             return op;
         }
-        case 33: {
-            Op op;
-            op.name = "desaturate";
-            op.types = kTrue;
-            op.fast = imfDesaturate;
-            return PlainTwin(op);
-        }
+        case 33: return PlainTwin(Make("desaturate", kTrue, true, imfDesaturate));
         case 34: {
             const TUlong mode = in.Byte() % 4 == 0 ? in.U32() : in.Range(0, 5);
-            Op op;
-            op.name = "swap colors";
-            op.params_ok = mode <= 4;
-            op.fast = [mode](IMF_BITMAP *s, IMF_BITMAP *d, const IMF_RECT *a) { return imfSwapColors(s, d, a, mode); };
-            op.ref = [mode](const IMF_BITMAP &s, IMF_BITMAP *t, const IMF_RECT &r) {
-                reference::SwapColors(s, t, r, mode);
-            };
-            return op;
+            return Make(
+                "swap colors", kByte, mode <= 4,
+                [mode](IMF_BITMAP *s, IMF_BITMAP *d, const IMF_RECT *a) { return imfSwapColors(s, d, a, mode); },
+                [mode](const IMF_BITMAP &s, IMF_BITMAP *t, const IMF_RECT &r) { reference::SwapColors(s, t, r, mode); });
         }
         case 35: {
             const TLong sh = in.Param(-100, 100), hi = in.Param(-100, 100);
-            Op op;
-            op.name = "shadow highlight";
-            op.types = kNotMapped;
-            op.fast = [sh, hi](IMF_BITMAP *s, IMF_BITMAP *d, const IMF_RECT *a) {
-                return imfAdjustShadowHighlight(s, d, a, sh, hi);
-            };
-            op.ref = [sh, hi](const IMF_BITMAP &, IMF_BITMAP *t, const IMF_RECT &r) {
-                reference::ShadowHighlight(t, r, sh, hi);
-            };
-            return op;
+            return Make(
+                "shadow highlight", kNotMapped, true,
+                [sh, hi](IMF_BITMAP *s, IMF_BITMAP *d, const IMF_RECT *a) { return imfAdjustShadowHighlight(s, d, a, sh, hi); },
+                [sh, hi](const IMF_BITMAP &, IMF_BITMAP *t, const IMF_RECT &r) { reference::ShadowHighlight(t, r, sh, hi); });
         }
         default: {
             const int kind = in.Range(0, 5);
