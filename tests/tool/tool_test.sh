@@ -173,10 +173,10 @@ mkdir ro && echo x > ro/keep
 run negative a.pgm -o adir; expect_rc 0 "existing folder as -o"; [ -s adir/a.pgm ] || fail "existing folder as -o"
 # ---- lossless JPEG operations (the demo's JPEG: 320 x 240, EXIF orientation 6) -----
 cp demo/sample-exif.jpg upright.jpg; cp demo/sample-exif.jpg orig.jpg
-run jpeg-auto-orient upright.jpg; expect_rc 0 "jpeg-auto-orient"
+run jpeg-auto-orient --in-place upright.jpg; expect_rc 0 "jpeg-auto-orient"
 run info upright.jpg; [ "${out%%$'\n'*}" = "240 x 320 RGB" ] || fail "jpeg-auto-orient gives $out"
 cp upright.jpg again.jpg
-run jpeg-auto-orient again.jpg; expect_rc 0 "jpeg-auto-orient twice"
+run jpeg-auto-orient --in-place again.jpg; expect_rc 0 "jpeg-auto-orient twice"
 run info again.jpg; [ "${out%%$'\n'*}" = "240 x 320 RGB" ] || fail "second jpeg-auto-orient turned it again: $out"
 run jpeg-rotate --by 90 demo/sample-exif.jpg -o turned.jpg; expect_rc 0 "jpeg-rotate -o"
 run info turned.jpg; [ "${out%%$'\n'*}" = "320 x 240 RGB" ] || fail "orientation 6 turned 90 more is upside down: $out"
@@ -188,14 +188,14 @@ if command -v jpegtran >/dev/null; then
   same cropped.jpg want.jpg "jpeg-crop against jpegtran"
 fi
 cp demo/sample-exif.jpg keep.jpg
-run jpeg-crop --x 2000 --width 1000 --height 10 keep.jpg; expect_rc 1 "crop outside the picture"
+run jpeg-crop --in-place --x 2000 --width 1000 --height 10 keep.jpg; expect_rc 1 "crop outside the picture"
 expect_err "imge: keep.jpg: not cropped" "crop outside the picture"; one_line_err "crop outside the picture"
 same keep.jpg demo/sample-exif.jpg "failed jpeg-crop changed its file"
 cp grey.pgm notjpeg.jpg
-run jpeg-flip --direction vertical notjpeg.jpg; expect_rc 1 "jpeg-flip on a PNM"
+run jpeg-flip --in-place --direction vertical notjpeg.jpg; expect_rc 1 "jpeg-flip on a PNM"
 expect_err "not transformed" "jpeg-flip on a PNM"; same notjpeg.jpg grey.pgm "failed jpeg-flip changed its file"
 for o in ./notjpeg.jpg "$T/notjpeg.jpg"; do  # the input by another spelling: kept
-  run jpeg-flip --direction vertical notjpeg.jpg -o "$o"; expect_rc 1 "jpeg-flip -o $o"
+  run jpeg-flip --in-place --direction vertical notjpeg.jpg -o "$o"; expect_rc 1 "jpeg-flip -o $o"
   same notjpeg.jpg grey.pgm "failed jpeg-flip -o $o lost its input"
 done
 [ ! -e keep.jp_ ] && [ ! -e notjpeg.jp_ ] || fail "work files left behind"
