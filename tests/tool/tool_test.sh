@@ -233,6 +233,60 @@ fi
 leftovers=$(find . -name '.*.??????' | head -n 3)
 [ -z "$leftovers" ] || fail "scratch files left: $leftovers"
 
+# ---- pipelines, -j, safe outputs, standard input and output --------------------------
+# Rows: exit code | text stderr must hold (- none) | check run afterwards (- none) | command line.
+mkdir pipe && cd pipe
+cp ../demo/sample-exif.jpg a.jpg; cp ../demo/sample.png b.png; cp ../grey.pgm g.pgm; mkdir x y
+cp g.pgm x/s.pgm; cp ../rgb.ppm y/s.pgm; cp a.jpg a.orig; cp b.png b.orig; cp g.pgm g.orig
+# The route one step at a time through PNG files, for the pipeline to equal.
+"$IMGE" gaussian-blur --size 7 a.jpg -o r1.png && "$IMGE" sharpen --percentage 40 r1.png -o r2.png &&
+  "$IMGE" drop-shadow r2.png -o r3.png && "$IMGE" negative r3.png -o route.jpg || fail "step-by-step route"
+"$IMGE" negative "$DATA/palette.png" -o p1.png && "$IMGE" blur p1.png -o route-pal.png || fail "palette route"
+"$IMGE" negative g.pgm -o neg.pgm && "$IMGE" colors neg.pgm >neg-colors.txt || fail "report route"
+while IFS='|' read -r want msg check cmd; do
+  eval "run $cmd"; expect_rc "$want" "$cmd"
+  [ "$msg" = - ] || expect_err "$msg" "$cmd"
+  [ "$check" = - ] || eval "$check" || fail "$cmd: $check"
+done <<'ROWS'
+0|-|same out/a.jpg route.jpg|gaussian-blur --size 7 + sharpen --percentage 40 + drop-shadow + negative a.jpg b.png -o out/
+0|-|same pal.png route-pal.png|negative + blur "$DATA/palette.png" -o pal.png
+0|-|[ "$out" = "$(cat neg-colors.txt)" ]|negative + colors g.pgm
+2|colors prints a report: it can only end a pipeline|-|colors + negative g.pgm -o c1.png
+2|jpeg-flip changes a JPEG file losslessly and cannot be part of a pipeline|-|negative + jpeg-flip a.jpg -o c2.jpg
+2|sharpen: --percentage 'x'|absent c3.png|negative + sharpen --percentage x g.pgm -o c3.png
+2|negative: 'g.pgm' before '+'|-|negative g.pgm + blur -o c4.png
+2|'+' at the end|-|negative +
+2|unknown operation 'nope'|-|negative + nope g.pgm
+0|-|[ -s g-negative+blur.pgm ]|negative + blur g.pgm
+0|-|[[ "$out" == *"Usage: imge blur"* ]]|negative + blur --help
+2|would replace the input itself|same a.jpg a.orig|negative a.jpg b.png -o .
+2|would replace the input itself|same g.pgm g.orig|negative g.pgm -o ./g.pgm
+2|would overwrite the input y/s.pgm|same y/s.pgm ../rgb.ppm|negative x/s.pgm y/s.pgm -o y/
+2|would both be written to c5/s.pgm|absent c5|negative x/s.pgm y/s.pgm -o c5
+2|would overwrite the input g-negative.pgm|-|negative g.pgm g-negative.pgm
+2|names a file, but there are 2 inputs|absent many.png|negative g.pgm b.png -o many.png
+2|give --in-place|same a.jpg a.orig|jpeg-rotate --by 90 a.jpg -o a.jpg
+0|-|same a.jpg a.orig|jpeg-rotate --by 90 a.jpg
+0|-|[[ "$(bytes g.pgm)" == *" 255 55 0" ]]|negative --in-place g.pgm
+2|--format needs -o|-|negative --in-place --format png g.pgm
+2|-j '0': out of range|-|negative -j 0 g.pgm -o c6.pgm
+0|-|cmp -s "$T/.out" neg.pgm|negative - --format pnm <g.orig
+0|-|cmp -s "$T/.out" ../grey.pgm|apply-lut - -o - <g.orig
+1|imge: standard input: |-|negative - -o c7.png <../pic.gif
+2|must be the only input|-|negative - g.pgm -o c8/
+ROWS
+# -j 2 equals -j 1 on a mixed batch with noise (its draws change every second:
+# a pair of runs that crossed a second is tried again).
+cp a.orig a.orig.jpg; cp g.orig g.orig.pgm
+for try in 1 2 3; do
+  t0=$(date +%s); run noise + sharpen -j 1 a.orig.jpg b.png g.orig.pgm x/s.pgm -o j1/; expect_rc 0 "-j 1"
+  run noise + sharpen -j 2 a.orig.jpg b.png g.orig.pgm x/s.pgm -o j2/; expect_rc 0 "-j 2"; [ "$(date +%s)" = "$t0" ] && break
+done
+for f in a.orig.jpg b.png g.orig.pgm s.pgm; do same "j1/$f" "j2/$f" "-j 2 against -j 1"; done
+run colors -j 2 a.orig.jpg b.png g.orig.pgm; [ "$(cut -d: -f1 <<<"$out" | tr '\n' ' ')" = "a.orig.jpg b.png g.orig.pgm " ] || fail "-j 2 reports not in input order: $out"
+same b.png b.orig "an input changed"
+cd ..
+
 if [ $failures -ne 0 ]; then
   echo "$failures check(s) failed"
   exit 1
