@@ -267,6 +267,9 @@ void CheckRequest(const Request &r, const std::string &who) {
         throw ToolError{who + ": --in-place writes each result over its input, in the input's format; "
                               "--format needs -o"};
     if (c.in_place && from_stdin) throw ToolError{who + ": --in-place needs files, not standard input"};
+    if (c.output.empty() && from_stdin && isatty(STDOUT_FILENO))
+        throw ToolError{who + ": the result of standard input goes to standard output, which is a terminal; "
+                              "redirect it or give -o"};
     if (c.output.empty()) return;
     if (StdStream(c.output)) {
         if (r.inputs.size() > 1) throw ToolError{who + ": -o - (standard output) takes one input"};
