@@ -283,6 +283,9 @@ for try in 1 2 3; do
   run noise + sharpen -j 2 a.orig.jpg b.png g.orig.pgm x/s.pgm -o j2/; expect_rc 0 "-j 2"; [ "$(date +%s)" = "$t0" ] && break
 done
 for f in a.orig.jpg b.png g.orig.pgm s.pgm; do same "j1/$f" "j2/$f" "-j 2 against -j 1"; done
+# Files saved on two threads at once get the usual mode (the umask is read, not set).
+mode=$(printf '%o' $((0666 & ~0$(umask))))
+for f in j1/* j2/*; do [ "$(stat -c %a "$f")" = "$mode" ] || fail "$f has mode $(stat -c %a "$f"), not $mode"; done
 run colors -j 2 a.orig.jpg b.png g.orig.pgm; [ "$(cut -d: -f1 <<<"$out" | tr '\n' ' ')" = "a.orig.jpg b.png g.orig.pgm " ] || fail "-j 2 reports not in input order: $out"
 same b.png b.orig "an input changed"
 cd ..
