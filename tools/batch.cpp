@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <cstddef>
 #include <climits>
 #include <cstdlib>
 #include <cstdio>
@@ -588,7 +589,7 @@ int RunBatch(Request r) {
             std::cerr << "imge: standard input: empty\n";
             return kExitFailed;
         }
-        head.assign(data.begin(), data.begin() + static_cast<long>(std::min<size_t>(data.size(), 16)));
+        head.assign(data.begin(), data.begin() + static_cast<std::ptrdiff_t>(std::min<size_t>(data.size(), 16)));
         stdin_copy.reset(new Scratch(""));
         try {
             WriteFileAtomic(stdin_copy->path, data);
