@@ -12,19 +12,25 @@
 # fresh folder; wall time and CPU seconds (user + system) are printed, and
 # the -j N results are compared byte for byte with the -j 1 ones.
 # PEER_FILES=N limits the peers (much slower for ImageMagick) to the first N
-# files; Mpixel/s stays comparable.
+# files; Mpixel/s stays comparable. BENCH_DIR=DIR keeps the pictures in DIR
+# between runs (made when DIR/in is missing).
 set -eu
 IMGE=$(cd "$(dirname "$1")" && pwd)/$(basename "$1")
 FILES=${2:-64}
 MIN_MP=${3:-2}
 MAX_MP=${4:-8}
 JOBS=${5:-$(nproc)}
-W=$(mktemp -d)
-trap 'rm -rf "$W"' EXIT
+if [ -n "${BENCH_DIR:-}" ]; then
+  mkdir -p "$BENCH_DIR"
+  W=$(cd "$BENCH_DIR" && pwd)
+  rm -rf "$W/j1" "$W/jn" "$W/mg" "$W/vp"
+else
+  W=$(mktemp -d)
+  trap 'rm -rf "$W"' EXIT
+fi
 cd "$W"
-mkdir in
-
-/usr/bin/python3 - "$FILES" "$MIN_MP" "$MAX_MP" <<'EOF'
+mkdir -p in
+[ -n "$(ls in)" ] || /usr/bin/python3 - "$FILES" "$MIN_MP" "$MAX_MP" <<'EOF'
 import random, sys
 from PIL import Image, ImageFilter
 n, lo, hi = int(sys.argv[1]), float(sys.argv[2]), float(sys.argv[3])
