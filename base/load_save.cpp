@@ -143,6 +143,24 @@ IMG_ERROR ReadWhole(const char *path, Buffer *out, Message &msg) {
     return IMG_NO_ERROR;
 }
 
+// The process's file-creation mask, read without changing it: Linux shows it
+// in /proc/self/status. Elsewhere it is set and put back, which another
+// thread creating a file at that moment could see.
+mode_t CurrentUmask() {
+    if (FILE *f = std::fopen("/proc/self/status", "r")) {
+        char line[256];
+        while (std::fgets(line, sizeof line, f))
+            if (std::strncmp(line, "Umask:", 6) == 0) {
+                std::fclose(f);
+                return static_cast<mode_t>(std::strtoul(line + 6, nullptr, 8) & 0777);
+            }
+        std::fclose(f);
+    }
+    const mode_t mask = umask(0);
+    umask(mask);
+    return mask;
+}
+
 // Writes `data` to `path` through a scratch file in the same folder and a
 // rename, so that a failure leaves no partial file.
 IMG_ERROR WriteWhole(const char *path, const Buffer &data, Message &msg) {
@@ -177,9 +195,7 @@ IMG_ERROR WriteWhole(const char *path, const Buffer &data, Message &msg) {
         done += static_cast<size_t>(w);
     }
     // Scratch files are made 0600; give the result the usual permissions.
-    const mode_t mask = umask(0);
-    umask(mask);
-    if (fchmod(fd, 0666 & ~mask) != 0) {}
+    if (fchmod(fd, 0666 & ~CurrentUmask()) != 0) {}
     if (close(fd) != 0 && rc == IMG_NO_ERROR) {
         msg.Set("%s", std::strerror(errno));
         rc = IMG_ERROR_FILE_WRITE;

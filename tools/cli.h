@@ -25,17 +25,29 @@ struct Common {
     bool progressive = false;
     bool accept_damaged = false;
     bool auto_orient = false;
+    bool in_place = false;  // results may replace their inputs; without -o they do
+    int jobs = 0;           // -j: files at once; 0: one per core
+};
+
+// One operation of a pipeline with its checked values.
+struct Step {
+    const Op *op = nullptr;
+    Args args;
 };
 
 struct Request {
-    const Op *op = nullptr;
+    std::vector<Step> steps;  // in order; one for a single operation
+    const Op *op = nullptr;   // the first step's row and values
     Args args;
     Common common;
-    std::vector<std::string> inputs;
+    std::vector<std::string> inputs;  // "-": standard input
 };
 
 // Parses argv[first..] for `op`; ToolError on a bad command line.
 Request ParseCommandLine(const Op &op, const std::vector<std::string> &argv);
+// Parses `OP [options] [+ OP [options]]... FILE... [-o OUTPUT]` (argv[0] is
+// the first operation's name); ToolError naming the step on a bad one.
+Request ParsePipeline(const std::vector<std::string> &argv);
 
 // Runs the request over every input; the exit code.
 int RunBatch(Request r);

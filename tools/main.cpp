@@ -26,22 +26,26 @@ int main(int argc, char **argv) {
         std::cout << "imge " IMGE_VERSION "\n";
         return kExitOk;
     }
-    args.erase(args.begin());
     try {
-        if (first == "demo") return RunDemo(args);
-        const Op *op = FindOp(first);
-        if (!op) {
-            std::cerr << "imge: unknown operation '" << first << "' (imge --help lists them)\n";
-            return kExitUsage;
-        }
-        for (const std::string &a : args)
-            if (a == "--help" || a == "-h") {
-                std::cout << OpHelp(*op);
+        if (first == "demo") return RunDemo(std::vector<std::string>(args.begin() + 1, args.end()));
+        // --help shows the options of the step it follows.
+        const Op *step = nullptr;
+        for (size_t i = 0; i < args.size() && args[i] != "--"; ++i) {
+            if (i == 0 || args[i - 1] == "+") {
+                step = FindOp(args[i]);
+                if (!step) {
+                    std::cerr << "imge: unknown operation '" << args[i] << "' (imge --help lists them)\n";
+                    return kExitUsage;
+                }
+            }
+            if (args[i] == "--help" || args[i] == "-h") {
+                std::cout << OpHelp(*step);
                 return kExitOk;
             }
+        }
         Request r;
         try {
-            r = ParseCommandLine(*op, args);
+            r = ParsePipeline(args);
         } catch (const ToolError &e) {
             std::cerr << "imge: " << e.message << "\n";
             return kExitUsage;

@@ -64,6 +64,8 @@ std::string OptionList(const std::vector<std::string> &block) {
 }
 
 const char *const kExamples[] = {
+    "imge gaussian-blur --size 7 + sharpen --percentage 40 + resize --width 800 a.jpg b.jpg -o out/",
+    "imge negative -j 2 *.png -o inverted/",
     "imge resize --width 800 *.jpg -o small/",
     "imge resize --fit 1920x1080 photo.jpg -o screen.jpg",
     "imge crop --x 100 --y 50 --width 640 --height 480 in.png -o out.png",

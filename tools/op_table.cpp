@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
+#include <mutex>
 #include <sstream>
 
 #include "libtools.h"
@@ -116,6 +117,11 @@ Op WithCheck(Op op, std::function<void(const Args &)> check) {
 
 Op TrueColour(Op op) {
     op.true_colour = true;
+    return op;
+}
+
+Op OneAtATime(Op op) {
+    op.one_at_a_time = true;
     return op;
 }
 
@@ -384,6 +390,9 @@ Image RunOnce(const Op &op, const Args &args, IMG_BITMAP &src) {
 }  // namespace
 
 Image RunImageOp(const Op &op, const Args &args, IMG_BITMAP &src) {
+    static std::mutex one_at_a_time;
+    std::unique_lock<std::mutex> lock(one_at_a_time, std::defer_lock);
+    if (op.one_at_a_time) lock.lock();
     const bool few_colours = src.Type == IMG_GREY || src.Type == IMG_COLORS || src.Type == IMG_BINARY;
     if (!op.true_colour || !few_colours) return RunOnce(op, args, src);
     try {

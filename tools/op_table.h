@@ -92,6 +92,9 @@ struct Op {
     // The library takes only true colour here: a grey, palette or
     // black-and-white picture that it refuses is converted to RGB first.
     bool true_colour = false;
+    // The call uses process-wide state (the noise functions reseed the C
+    // library's generator): RunImageOp runs such rows one at a time.
+    bool one_at_a_time = false;
 };
 
 // ---- Row helpers: one line per parameter ------------------------------------
@@ -121,6 +124,8 @@ Op WithCheck(Op op, std::function<void(const Args &)> check);
 std::string ColourNames();
 // The row of an operation that the library accepts on true colour only.
 Op TrueColour(Op op);
+// The row of an operation that must not run on two threads at once.
+Op OneAtATime(Op op);
 
 // ---- The families (one file each) ---------------------------------------------
 std::vector<Op> InfoOps();

@@ -40,12 +40,13 @@ std::vector<Op> ColourOps() {
                [](const Args &a, IMG_BITMAP *s, IMG_BITMAP **d) {
                    return imgSepiaEx(s, d, a.Int("percent"), &a.Color("color"));
                })),
-        Processing("noise", "Adds random noise (new draws every second)",
+        // Reseeds the C library's generator: one noise call at a time.
+        OneAtATime(Processing("noise", "Adds random noise (new draws every second)",
                    {ChoiceP("type", "uniform", "uniform=0|gaussian=1|laplacian=2|poisson=3", "distribution"),
                     RealP("amount", 30, 0.001, 10000, "strength (Poisson: events per unit value)")},
                    [](const Args &a, IMF_BITMAP *s, IMF_BITMAP *d) {
                        return imfNoise(s, d, nullptr, a.Real("amount"), static_cast<TWord>(a.Int("type")));
-                   }),
+                   })),
     };
 }
 

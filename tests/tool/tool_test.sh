@@ -124,7 +124,7 @@ expect_err "imge: bad.png: " "batch error names the file"
 expect_err "1 of 3 files failed" "batch summary"
 [ "$out" = "" ] || fail "batch printed on stdout: $out"
 grep -q $'\r' "$T/.err" && fail "progress bar written although stderr is not a terminal"
-run negative --fail-fast bad.png a.pgm -o ff; expect_rc 1 "--fail-fast"
+run negative --fail-fast -j 1 bad.png a.pgm -o ff; expect_rc 1 "--fail-fast"
 absent ff/a.pgm "--fail-fast went on after the first failure"
 run info a.pgm b.ppm; expect_rc 0 "report batch"
 [ "$out" = "a.pgm: 3 x 1 grey"$'\n'"b.ppm: 2 x 1 RGB" ] || fail "report batch prints: $out"
@@ -173,10 +173,10 @@ mkdir ro && echo x > ro/keep
 run negative a.pgm -o adir; expect_rc 0 "existing folder as -o"; [ -s adir/a.pgm ] || fail "existing folder as -o"
 # ---- lossless JPEG operations (the demo's JPEG: 320 x 240, EXIF orientation 6) -----
 cp demo/sample-exif.jpg upright.jpg; cp demo/sample-exif.jpg orig.jpg
-run jpeg-auto-orient upright.jpg; expect_rc 0 "jpeg-auto-orient"
+run jpeg-auto-orient --in-place upright.jpg; expect_rc 0 "jpeg-auto-orient"
 run info upright.jpg; [ "${out%%$'\n'*}" = "240 x 320 RGB" ] || fail "jpeg-auto-orient gives $out"
 cp upright.jpg again.jpg
-run jpeg-auto-orient again.jpg; expect_rc 0 "jpeg-auto-orient twice"
+run jpeg-auto-orient --in-place again.jpg; expect_rc 0 "jpeg-auto-orient twice"
 run info again.jpg; [ "${out%%$'\n'*}" = "240 x 320 RGB" ] || fail "second jpeg-auto-orient turned it again: $out"
 run jpeg-rotate --by 90 demo/sample-exif.jpg -o turned.jpg; expect_rc 0 "jpeg-rotate -o"
 run info turned.jpg; [ "${out%%$'\n'*}" = "320 x 240 RGB" ] || fail "orientation 6 turned 90 more is upside down: $out"
@@ -188,14 +188,14 @@ if command -v jpegtran >/dev/null; then
   same cropped.jpg want.jpg "jpeg-crop against jpegtran"
 fi
 cp demo/sample-exif.jpg keep.jpg
-run jpeg-crop --x 2000 --width 1000 --height 10 keep.jpg; expect_rc 1 "crop outside the picture"
+run jpeg-crop --in-place --x 2000 --width 1000 --height 10 keep.jpg; expect_rc 1 "crop outside the picture"
 expect_err "imge: keep.jpg: not cropped" "crop outside the picture"; one_line_err "crop outside the picture"
 same keep.jpg demo/sample-exif.jpg "failed jpeg-crop changed its file"
 cp grey.pgm notjpeg.jpg
-run jpeg-flip --direction vertical notjpeg.jpg; expect_rc 1 "jpeg-flip on a PNM"
+run jpeg-flip --in-place --direction vertical notjpeg.jpg; expect_rc 1 "jpeg-flip on a PNM"
 expect_err "not transformed" "jpeg-flip on a PNM"; same notjpeg.jpg grey.pgm "failed jpeg-flip changed its file"
 for o in ./notjpeg.jpg "$T/notjpeg.jpg"; do  # the input by another spelling: kept
-  run jpeg-flip --direction vertical notjpeg.jpg -o "$o"; expect_rc 1 "jpeg-flip -o $o"
+  run jpeg-flip --in-place --direction vertical notjpeg.jpg -o "$o"; expect_rc 1 "jpeg-flip -o $o"
   same notjpeg.jpg grey.pgm "failed jpeg-flip -o $o lost its input"
 done
 [ ! -e keep.jp_ ] && [ ! -e notjpeg.jp_ ] || fail "work files left behind"
@@ -307,6 +307,63 @@ fi
 # No scratch files are left behind by any of the failures.
 leftovers=$(find . -name '.*.??????' | head -n 3)
 [ -z "$leftovers" ] || fail "scratch files left: $leftovers"
+
+# ---- pipelines, -j, safe outputs, standard input and output --------------------------
+# Rows: exit code | text stderr must hold (- none) | check run afterwards (- none) | command line.
+mkdir pipe && cd pipe
+cp ../demo/sample-exif.jpg a.jpg; cp ../demo/sample.png b.png; cp ../grey.pgm g.pgm; mkdir x y
+cp g.pgm x/s.pgm; cp ../rgb.ppm y/s.pgm; cp a.jpg a.orig; cp b.png b.orig; cp g.pgm g.orig
+# The route one step at a time through PNG files, for the pipeline to equal.
+"$IMGE" gaussian-blur --size 7 a.jpg -o r1.png && "$IMGE" sharpen --percentage 40 r1.png -o r2.png &&
+  "$IMGE" drop-shadow r2.png -o r3.png && "$IMGE" negative r3.png -o route.jpg || fail "step-by-step route"
+"$IMGE" negative "$DATA/palette.png" -o p1.png && "$IMGE" blur p1.png -o route-pal.png || fail "palette route"
+"$IMGE" negative g.pgm -o neg.pgm && "$IMGE" colors neg.pgm >neg-colors.txt || fail "report route"
+while IFS='|' read -r want msg check cmd; do
+  eval "run $cmd"; expect_rc "$want" "$cmd"
+  [ "$msg" = - ] || expect_err "$msg" "$cmd"
+  [ "$check" = - ] || eval "$check" || fail "$cmd: $check"
+done <<'ROWS'
+0|-|same out/a.jpg route.jpg|gaussian-blur --size 7 + sharpen --percentage 40 + drop-shadow + negative a.jpg b.png -o out/
+0|-|same pal.png route-pal.png|negative + blur "$DATA/palette.png" -o pal.png
+0|-|[ "$out" = "$(cat neg-colors.txt)" ]|negative + colors g.pgm
+2|colors prints a report: it can only end a pipeline|-|colors + negative g.pgm -o c1.png
+2|jpeg-flip changes a JPEG file losslessly and cannot be part of a pipeline|-|negative + jpeg-flip a.jpg -o c2.jpg
+2|sharpen: --percentage 'x'|absent c3.png|negative + sharpen --percentage x g.pgm -o c3.png
+2|negative: 'g.pgm' before '+'|-|negative g.pgm + blur -o c4.png
+2|'+' at the end|-|negative +
+2|unknown operation 'nope'|-|negative + nope g.pgm
+0|-|[ -s g-negative+blur.pgm ]|negative + blur g.pgm
+0|-|[[ "$out" == *"Usage: imge blur"* ]]|negative + blur --help
+2|would replace the input itself|same a.jpg a.orig|negative a.jpg b.png -o .
+2|would replace the input itself|same g.pgm g.orig|negative g.pgm -o ./g.pgm
+2|would overwrite the input y/s.pgm|same y/s.pgm ../rgb.ppm|negative x/s.pgm y/s.pgm -o y/
+2|would both be written to c5/s.pgm|absent c5|negative x/s.pgm y/s.pgm -o c5
+2|would overwrite the input g-negative.pgm|-|negative g.pgm g-negative.pgm
+2|names a file, but there are 2 inputs|absent many.png|negative g.pgm b.png -o many.png
+2|give --in-place|same a.jpg a.orig|jpeg-rotate --by 90 a.jpg -o a.jpg
+0|-|same a.jpg a.orig|jpeg-rotate --by 90 a.jpg
+0|-|[[ "$(bytes g.pgm)" == *" 255 55 0" ]]|negative --in-place g.pgm
+2|--format needs -o|-|negative --in-place --format png g.pgm
+2|-j '0': out of range|-|negative -j 0 g.pgm -o c6.pgm
+0|-|cmp -s "$T/.out" neg.pgm|negative - --format pnm <g.orig
+0|-|cmp -s "$T/.out" ../grey.pgm|apply-lut - -o - <g.orig
+1|imge: standard input: |-|negative - -o c7.png <../pic.gif
+2|must be the only input|-|negative - g.pgm -o c8/
+ROWS
+# -j 2 equals -j 1 on a mixed batch with noise (its draws change every second:
+# a pair of runs that crossed a second is tried again).
+cp a.orig a.orig.jpg; cp g.orig g.orig.pgm
+for try in 1 2 3; do
+  t0=$(date +%s); run noise + sharpen -j 1 a.orig.jpg b.png g.orig.pgm x/s.pgm -o j1/; expect_rc 0 "-j 1"
+  run noise + sharpen -j 2 a.orig.jpg b.png g.orig.pgm x/s.pgm -o j2/; expect_rc 0 "-j 2"; [ "$(date +%s)" = "$t0" ] && break
+done
+for f in a.orig.jpg b.png g.orig.pgm s.pgm; do same "j1/$f" "j2/$f" "-j 2 against -j 1"; done
+# Files saved on two threads at once get the usual mode (the umask is read, not set).
+mode=$(printf '%o' $((0666 & ~0$(umask))))
+for f in j1/* j2/*; do [ "$(stat -c %a "$f")" = "$mode" ] || fail "$f has mode $(stat -c %a "$f"), not $mode"; done
+run colors -j 2 a.orig.jpg b.png g.orig.pgm; [ "$(cut -d: -f1 <<<"$out" | tr '\n' ' ')" = "a.orig.jpg b.png g.orig.pgm " ] || fail "-j 2 reports not in input order: $out"
+same b.png b.orig "an input changed"
+cd ..
 
 if [ $failures -ne 0 ]; then
   echo "$failures check(s) failed"

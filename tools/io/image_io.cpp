@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -25,6 +26,24 @@ std::string Extension(const std::string &path) {
     const size_t dot = path.find_last_of('.');
     if (dot == std::string::npos || (slash != std::string::npos && dot < slash)) return "";
     return Lower(path.substr(dot + 1));
+}
+
+// The process's file-creation mask, read without changing it: Linux shows it
+// in /proc/self/status. Elsewhere it is set and put back, which another
+// thread creating a file at that moment could see.
+mode_t CurrentUmask() {
+    if (FILE *f = std::fopen("/proc/self/status", "r")) {
+        char line[256];
+        while (std::fgets(line, sizeof line, f))
+            if (std::strncmp(line, "Umask:", 6) == 0) {
+                std::fclose(f);
+                return static_cast<mode_t>(std::strtoul(line + 6, nullptr, 8) & 0777);
+            }
+        std::fclose(f);
+    }
+    const mode_t mask = umask(0);
+    umask(mask);
+    return mask;
 }
 
 }  // namespace
@@ -72,9 +91,7 @@ void WriteFileAtomic(const std::string &path, const Bytes &data) {
         done += static_cast<size_t>(w);
     }
     // Scratch files are made 0600; give the result the usual permissions.
-    const mode_t mask = umask(0);
-    umask(mask);
-    fchmod(fd, 0666 & ~mask);
+    fchmod(fd, 0666 & ~CurrentUmask());
     if (close(fd) != 0 || std::rename(name.data(), path.c_str()) != 0) {
         const std::string reason = std::strerror(errno);
         unlink(name.data());
