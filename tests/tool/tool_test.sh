@@ -132,39 +132,43 @@ run info a.pgm -o x.txt; expect_rc 2 "report with -o"
 run negative -q a.pgm b.ppm -o quiet; expect_rc 0 "good batch"; [ -z "$err" ] || fail "good batch wrote to stderr: $err"
 run negative a.pgm b.ppm -o a.pgm; expect_rc 2 "several inputs into a file"
 
-# ---- bad command lines: exit 2, one line, nothing written --------------------------
-run negative --frobnicate a.pgm -o x1.pgm; expect_rc 2 "unknown option"; expect_err "unknown option --frobnicate" "unknown option"; one_line_err "unknown option"; absent x1.pgm "unknown option"
-run negative -z a.pgm -o x2.pgm; expect_rc 2 "unknown short option"; expect_err "unknown option -z" "unknown short option"; absent x2.pgm "unknown short option"
-run apply-lut a.pgm -o x3.pgm --curve; expect_rc 2 "missing value"; expect_err "missing value for --curve" "missing value"; absent x3.pgm "missing value"
-run negative a.pgm -o; expect_rc 2 "missing -o value"; expect_err "missing value for --output" "missing -o value"
-run apply-lut --curve "0,0 300,255" a.pgm -o x4.pgm; expect_rc 2 "out-of-range curve"; expect_err "0..255" "out-of-range curve"; absent x4.pgm "out-of-range curve"
-run apply-lut --curve "0,0 x,1" a.pgm -o x5.pgm; expect_rc 2 "malformed point"; expect_err "'x,1' is not a point" "malformed point"; absent x5.pgm "malformed point"
-run negative --quality 0 a.pgm -o x6.jpg; expect_rc 2 "quality out of range"; expect_err "out of range (1 to 100)" "quality out of range"; absent x6.jpg "quality"
-run negative --quality abc a.pgm -o x7.jpg; expect_rc 2 "quality not a number"; expect_err "not a whole number" "quality not a number"
-run negative a.pgm -o x8.gif; expect_rc 2 "unknown output extension"; expect_err "cannot tell the output format" "unknown output extension"; absent x8.gif "unknown extension"
-run negative --format gif a.pgm -o fmt/; expect_rc 2 "bad --format"; expect_err "expected png, jpeg or pnm" "bad --format"
-run negative; expect_rc 2 "no input"; expect_err "no input file" "no input"
-
-# ---- bad files: exit 1, one line naming the file, nothing written -------------------
-run negative missing.png -o y1.png; expect_rc 1 "missing file"; expect_err "imge: missing.png: No such file or directory" "missing file"; one_line_err "missing file"; absent y1.png "missing file"
+# ---- bad command lines (exit 2) and bad files (exit 1): one line naming the
+# problem, nothing written. Columns: exit code | error text | output that must
+# not appear | the command line.
 mkdir adir
-run negative adir -o y2.png; expect_rc 1 "directory"; expect_err "imge: adir: is a directory" "directory"; one_line_err "directory"; absent y2.png "directory"
 printf 'GIF89a\001\000\001\000' > pic.gif
-run negative pic.gif -o y3.png; expect_rc 1 "unsupported format"; expect_err "imge: pic.gif: unsupported format" "unsupported format"; one_line_err "unsupported format"; absent y3.png "unsupported format"
 head -c 100 demo/sample.png > trunc.png
-run negative trunc.png -o y4.png; expect_rc 1 "truncated PNG"; expect_err "imge: trunc.png: bad PNG file" "truncated PNG"; absent y4.png "truncated PNG"
 head -c 300 demo/sample-exif.jpg > trunc.jpg
-run negative trunc.jpg -o y5.png; expect_rc 1 "truncated JPEG"; expect_err "imge: trunc.jpg: bad JPEG file" "truncated JPEG"; absent y5.png "truncated JPEG"
-# Cut inside the scan: libjpeg's reason, or the part that decodes when asked.
-head -c 15000 demo/sample-exif.jpg > cut.jpg
-run negative cut.jpg -o y10.png; expect_rc 1 "JPEG cut in its scan"; expect_err "imge: cut.jpg: bad JPEG file: Premature end of JPEG file" "JPEG cut in its scan"; absent y10.png "JPEG cut in its scan"
-run negative --accept-damaged cut.jpg -o y10.png; expect_rc 0 "--accept-damaged"
+head -c 15000 demo/sample-exif.jpg > cut.jpg   # cut inside the scan: libjpeg's reason
 printf 'P5\n4 4\n255\n\000\000' > short.pgm
-run negative short.pgm -o y6.pgm; expect_rc 1 "truncated PNM"; expect_err "truncated" "truncated PNM"; absent y6.pgm "truncated PNM"
 printf 'P2\n1 1\n255\n0\n' > ascii.pgm
-run negative ascii.pgm -o y7.pgm; expect_rc 1 "ASCII PNM"; expect_err "unsupported PNM variant P2" "ASCII PNM"; absent y7.pgm "ASCII PNM"
 : > empty.png
-run negative empty.png -o y8.png; expect_rc 1 "empty file"; expect_err "empty file" "empty file"; absent y8.png "empty file"
+while IFS='|' read -r code text output args; do
+  eval "run $args"; expect_rc "$code" "$args"; expect_err "$text" "$args"; one_line_err "$args"
+  [ -z "$output" ] || absent "$output" "$args"
+done <<'ROWS'
+2|unknown option --frobnicate|x1.pgm|negative --frobnicate a.pgm -o x1.pgm
+2|unknown option -z|x2.pgm|negative -z a.pgm -o x2.pgm
+2|missing value for --curve|x3.pgm|apply-lut a.pgm -o x3.pgm --curve
+2|missing value for --output||negative a.pgm -o
+2|0..255|x4.pgm|apply-lut --curve "0,0 300,255" a.pgm -o x4.pgm
+2|'x,1' is not a point|x5.pgm|apply-lut --curve "0,0 x,1" a.pgm -o x5.pgm
+2|out of range (1 to 100)|x6.jpg|negative --quality 0 a.pgm -o x6.jpg
+2|not a whole number|x7.jpg|negative --quality abc a.pgm -o x7.jpg
+2|cannot tell the output format|x8.gif|negative a.pgm -o x8.gif
+2|expected png, jpeg or pnm|fmt|negative --format gif a.pgm -o fmt/
+2|no input file||negative
+1|imge: missing.png: No such file or directory|y1.png|negative missing.png -o y1.png
+1|imge: adir: is a directory|y2.png|negative adir -o y2.png
+1|imge: pic.gif: unsupported format|y3.png|negative pic.gif -o y3.png
+1|imge: trunc.png: bad PNG file|y4.png|negative trunc.png -o y4.png
+1|imge: trunc.jpg: bad JPEG file|y5.png|negative trunc.jpg -o y5.png
+1|imge: cut.jpg: bad JPEG file: Premature end of JPEG file|y10.png|negative cut.jpg -o y10.png
+1|truncated|y6.pgm|negative short.pgm -o y6.pgm
+1|unsupported PNM variant P2|y7.pgm|negative ascii.pgm -o y7.pgm
+1|empty file|y8.png|negative empty.png -o y8.png
+ROWS
+run negative --accept-damaged cut.jpg -o y10.png; expect_rc 0 "--accept-damaged"
 if [ "$(id -u)" -ne 0 ]; then   # root reads anything
   cp grey.pgm locked.pgm; chmod 000 locked.pgm
   run negative locked.pgm -o y9.pgm; expect_rc 1 "unreadable file"; expect_err "imge: locked.pgm: cannot open" "unreadable file"; absent y9.pgm "unreadable file"
