@@ -450,20 +450,6 @@ void CheckPlan(const Request &r, const std::vector<Job> &jobs, const std::string
 
 // ---- Running one file ------------------------------------------------------------
 
-// A scratch file under /tmp with the given extension, removed on scope exit.
-struct Scratch {
-    std::string path;
-    explicit Scratch(const char *ext) {
-        char name[] = "/tmp/imge-XXXXXX";
-        const int fd = mkstemp(name);
-        if (fd < 0) throw ToolError{std::string("cannot make a scratch file: ") + std::strerror(errno)};
-        close(fd);
-        unlink(name);
-        path = std::string(name) + ext;
-    }
-    ~Scratch() { unlink(path.c_str()); }
-};
-
 void WriteStdout(const Bytes &data) {
     if (std::fwrite(data.data(), 1, data.size(), stdout) != data.size() || std::fflush(stdout) != 0)
         throw ToolError{std::string("cannot write to standard output: ") + std::strerror(errno)};
@@ -511,7 +497,7 @@ std::string StepName(const Request &r, size_t k) {
 void RunFileJob(const Request &r, const Job &j) {
     const Step &s = r.steps[0];
     if (StdStream(j.output)) {
-        Scratch work(".jpg");
+        ScratchFile work(".jpg");
         WriteFileAtomic(work.path, ReadFile(j.read_path));
         const std::string err = s.op->file(s.args, work.path);
         if (!err.empty()) throw ToolError{err};
@@ -578,7 +564,7 @@ int RunBatch(Request r) {
     }
     const std::string who = RunName(r);
     // Standard input is read whole into a scratch file first.
-    std::unique_ptr<Scratch> stdin_copy;
+    std::unique_ptr<ScratchFile> stdin_copy;
     Bytes head;
     if (!r.inputs.empty() && StdStream(r.inputs[0])) {
         Bytes data;
@@ -590,7 +576,7 @@ int RunBatch(Request r) {
             return kExitFailed;
         }
         head.assign(data.begin(), data.begin() + static_cast<std::ptrdiff_t>(std::min<size_t>(data.size(), 16)));
-        stdin_copy.reset(new Scratch(""));
+        stdin_copy.reset(new ScratchFile(""));
         try {
             WriteFileAtomic(stdin_copy->path, data);
         } catch (const ToolError &e) {

@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -26,24 +27,6 @@ std::string Extension(const std::string &path) {
     const size_t dot = path.find_last_of('.');
     if (dot == std::string::npos || (slash != std::string::npos && dot < slash)) return "";
     return Lower(path.substr(dot + 1));
-}
-
-// The process's file-creation mask, read without changing it: Linux shows it
-// in /proc/self/status. Elsewhere it is set and put back, which another
-// thread creating a file at that moment could see.
-mode_t CurrentUmask() {
-    if (FILE *f = std::fopen("/proc/self/status", "r")) {
-        char line[256];
-        while (std::fgets(line, sizeof line, f))
-            if (std::strncmp(line, "Umask:", 6) == 0) {
-                std::fclose(f);
-                return static_cast<mode_t>(std::strtoul(line + 6, nullptr, 8) & 0777);
-            }
-        std::fclose(f);
-    }
-    const mode_t mask = umask(0);
-    umask(mask);
-    return mask;
 }
 
 }  // namespace
@@ -73,11 +56,19 @@ void WriteFileAtomic(const std::string &path, const Bytes &data) {
     const size_t slash = path.find_last_of('/');
     const std::string dir = slash == std::string::npos ? "." : path.substr(0, slash + 1);
     const std::string base = slash == std::string::npos ? path : path.substr(slash + 1);
-    std::string tmp = (slash == std::string::npos ? std::string() : dir) + "." + base + ".XXXXXX";
-    std::vector<char> name(tmp.begin(), tmp.end());
-    name.push_back('\0');
-    const int fd = mkstemp(name.data());
+    // The scratch file beside the result, made exclusively with the usual
+    // permissions (0666 less the umask), under the first free name.
+    const std::string stem = (slash == std::string::npos ? std::string() : dir) + "." + base + "." +
+                             std::to_string(getpid()) + "-";
+    std::string tmp;
+    int fd = -1;
+    for (unsigned k = 0; fd < 0 && k < 1000; ++k) {
+        tmp = stem + std::to_string(k);
+        fd = open(tmp.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+        if (fd < 0 && errno != EEXIST) break;
+    }
     if (fd < 0) throw ToolError{"cannot write into " + dir + ": " + std::strerror(errno)};
+    const char *const scratch = tmp.c_str();
     size_t done = 0;
     while (done < data.size()) {
         const ssize_t w = write(fd, data.data() + done, data.size() - done);
@@ -85,16 +76,14 @@ void WriteFileAtomic(const std::string &path, const Bytes &data) {
             if (errno == EINTR) continue;
             const std::string reason = std::strerror(errno);
             close(fd);
-            unlink(name.data());
+            unlink(scratch);
             throw ToolError{"cannot write " + path + ": " + reason};
         }
         done += static_cast<size_t>(w);
     }
-    // Scratch files are made 0600; give the result the usual permissions.
-    fchmod(fd, 0666 & ~CurrentUmask());
-    if (close(fd) != 0 || std::rename(name.data(), path.c_str()) != 0) {
+    if (close(fd) != 0 || std::rename(scratch, path.c_str()) != 0) {
         const std::string reason = std::strerror(errno);
-        unlink(name.data());
+        unlink(scratch);
         throw ToolError{"cannot write " + path + ": " + reason};
     }
 }
@@ -123,21 +112,19 @@ std::string Reason(IMG_ERROR rc, const char *message) {
     return message[0] ? message : imgErrorString(rc);
 }
 
-// A scratch file name with the given extension, removed on scope exit.
-struct ScratchFile {
-    std::string path;
-    explicit ScratchFile(const char *ext) {
-        char name[] = "/tmp/imge-XXXXXX";
-        const int fd = mkstemp(name);
-        if (fd < 0) throw ToolError{std::string("cannot make a scratch file: ") + std::strerror(errno)};
-        close(fd);
-        unlink(name);
-        path = std::string(name) + ext;
-    }
-    ~ScratchFile() { unlink(path.c_str()); }
-};
 
 }  // namespace
+
+ScratchFile::ScratchFile(const char *ext) {
+    char name[] = "/tmp/imge-XXXXXX";
+    const int fd = mkstemp(name);
+    if (fd < 0) throw ToolError{std::string("cannot make a scratch file: ") + std::strerror(errno)};
+    close(fd);
+    unlink(name);
+    path = std::string(name) + ext;
+}
+
+ScratchFile::~ScratchFile() { unlink(path.c_str()); }
 
 Image LoadImage(const std::string &path, const LoadOptions &opt) {
     IMG_LOAD_OPTIONS o{opt.accept_damaged ? 1 : 0, opt.auto_orient ? 1 : 0};

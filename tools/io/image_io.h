@@ -33,6 +33,16 @@ Bytes ReadFile(const std::string &path);
 // Writes `data` to `path` through a scratch file and a rename.
 void WriteFileAtomic(const std::string &path, const Bytes &data);
 
+// A free name under /tmp with the given extension; the file is removed when
+// this goes out of scope.
+struct ScratchFile {
+    std::string path;
+    explicit ScratchFile(const char *ext);
+    ~ScratchFile();
+    ScratchFile(const ScratchFile &) = delete;
+    ScratchFile &operator=(const ScratchFile &) = delete;
+};
+
 Image LoadImage(const std::string &path, const LoadOptions &opt = {});
 void SaveImage(const IMG_BITMAP &b, const std::string &path, const SaveOptions &opt = {});
 
