@@ -132,16 +132,19 @@ IMF_ERROR imfDropShadow(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, 
         if (base == &reduced) imfFree(&reduced);
     };
     const long long cw = base->Width + margin, ch = base->Height + margin;
+    // The reduced copy keeps src's type, palette, transparent index and
+    // extended data, so the canvas is made like src.
     IMF_BITMAP canvas;
-    if (cw > INT32_MAX || ch > INT32_MAX ||
-        !imfAllock(&canvas, base->Type, base->Pack, static_cast<TLong>(cw), static_cast<TLong>(ch))) {
+    imge::ResultLike like;
+    like.width = static_cast<TLong>(cw);
+    like.height = static_cast<TLong>(ch);
+    like.palette = like.transparent = true;
+    if (cw > INT32_MAX || ch > INT32_MAX || imge::NewResult(src, &canvas, like) != IMF_NOERROR) {
         drop_reduced();
         return IMF_ERRMEMORY;
     }
-    canvas.ColorUsed = base->ColorUsed;
-    canvas.TransparentIndex = base->TransparentIndex;
     IMF_BITMAP tile;
-    if (imfCopyExtendedData(&canvas, base) != IMF_NOERROR || MakeTile(size, &tile) != IMF_NOERROR) {
+    if (MakeTile(size, &tile) != IMF_NOERROR) {
         imfFree(&canvas);
         drop_reduced();
         return IMF_ERRMEMORY;
@@ -158,7 +161,6 @@ IMF_ERROR imfDropShadow(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, 
                     base->Data + static_cast<long long>(y) * base->BytesPerLine, row_bytes);
     imfFree(&tile);
     drop_reduced();
-    if (src->ColorMap && canvas.ColorMap) std::memcpy(canvas.ColorMap, src->ColorMap, sizeof(IMF_COLORMAP));
     imge::HandOver(src, dst, &canvas);
     return IMF_NOERROR;
 }

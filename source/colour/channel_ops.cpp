@@ -48,13 +48,10 @@ IMF_ERROR imfExtractChannel(IMF_BITMAP *src, IMF_BITMAP *dst, TLong channel) {
         return IMF_ERRBADBITMAP;
     if (src->Type == IMF_COLORS && !src->ColorMap) return IMF_ERRBADBITMAP;
     IMF_BITMAP grey;
-    if (!imfAllockEx(&grey, IMF_GREY, src->Pack, src->Width, src->Height, src->BitsPerComponent))
-        return IMF_ERRMEMORY;
-    grey.TransparentIndex = -1;
-    if (imfCopyExtendedData(&grey, src) != IMF_NOERROR) {
-        imfFree(&grey);
-        return IMF_ERRMEMORY;
-    }
+    imge::ResultLike like;
+    like.type = IMF_GREY;
+    like.bits = src->BitsPerComponent;
+    if (imge::NewResult(src, &grey, like) != IMF_NOERROR) return IMF_ERRMEMORY;
     grey.ColorUsed = 256;
     for (TLong y = 0; y < src->Height; ++y) {
         const TUbyte *in = src->Data + static_cast<long long>(y) * src->BytesPerLine;

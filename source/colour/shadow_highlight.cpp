@@ -71,7 +71,9 @@ IMF_ERROR imfAdjustShadowHighlight(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_R
     const int bpp = src->BytesPerPixel;
     IMF_BITMAP *target = src;
     if (dst && dst != src) {  // the source as its own destination works in place
-        IMF_ERROR rc = imge::AllocateLike(src, dst, false);
+        imge::ResultLike like;
+        like.transparent = true;
+        IMF_ERROR rc = imge::NewResult(src, dst, like);
         if (rc != IMF_NOERROR) return rc;
         target = dst;
         if (src->Width == 0 || src->Height == 0) return IMF_NOERROR;  // no pixels to copy

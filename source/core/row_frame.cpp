@@ -36,15 +36,13 @@ IMF_ERROR RunRowFrame(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, in
     // Every byte is an 8-bit sample here whatever BitsPerComponent says, so
     // the work bitmap is always asked for with 8 bits (0 and 8 give the same
     // bitmap; other values would only make the allocation fail).
+    // A colour map on a type that has none is not carried over.
     IMF_BITMAP work;
-    if (!imfAllockEx(&work, src->Type, src->Pack, src->Width, src->Height, 8)) return IMF_ERRMEMORY;
-    if (area) CopyPixels(src, &work);
-    work.TransparentIndex = -1;
-    work.ColorUsed = src->ColorUsed;
-    if (imfCopyExtendedData(&work, src) != IMF_NOERROR) {
-        imfFree(&work);
-        return IMF_ERRMEMORY;
-    }
+    ResultLike like;
+    like.bits = 8;
+    like.pixels = area != nullptr;
+    like.palette = true;
+    if (NewResult(src, &work, like) != IMF_NOERROR) return IMF_ERRMEMORY;
 
     // n slots plus one: the row that left the neighbourhood stays readable
     // for one more output row while its successor is fetched.
@@ -84,8 +82,6 @@ IMF_ERROR RunRowFrame(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, in
         }
     }
 
-    // A colour map on a type that has none is not carried over.
-    if (src->ColorMap && work.ColorMap) std::memcpy(work.ColorMap, src->ColorMap, sizeof(IMF_COLORMAP));
     HandOver(src, dst, &work);
     return IMF_NOERROR;
 }

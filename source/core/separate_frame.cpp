@@ -16,19 +16,10 @@ IMF_ERROR BeginSeparate(const IMF_BITMAP *src, const IMF_RECT *area, IMF_BITMAP 
     if (bits > 8) return IMF_ERRBADBITMAP;
     if (bits != 0 && bits != 1) bits = 8;
     if (bits == 1 && src->Type != IMF_BINARY) bits = 8;
-    if (!imfAllockEx(fresh, src->Type, src->Pack, src->Width, src->Height, bits)) {
-        std::memset(fresh, 0, sizeof *fresh);
-        return IMF_ERRMEMORY;
-    }
-    if (area) CopyPixels(src, fresh);
-    fresh->TransparentIndex = -1;
-    fresh->ColorUsed = src->ColorUsed;
-    if (imfCopyExtendedData(fresh, src) != IMF_NOERROR) {
-        imfFree(fresh);
-        std::memset(fresh, 0, sizeof *fresh);
-        return IMF_ERRMEMORY;
-    }
-    return IMF_NOERROR;
+    ResultLike like;
+    like.bits = bits;
+    like.pixels = area != nullptr;
+    return NewResult(src, fresh, like);
 }
 
 }  // namespace imge

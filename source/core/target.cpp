@@ -7,14 +7,20 @@
 
 namespace imge {
 
-IMF_ERROR AllocateLike(const IMF_BITMAP *src, IMF_BITMAP *out, bool copy_palette) {
-    if (!imfAllock(out, src->Type, src->Pack, src->Width, src->Height)) return IMF_ERRMEMORY;
-    if (copy_palette && src->ColorMap && out->ColorMap)
+IMF_ERROR NewResult(const IMF_BITMAP *src, IMF_BITMAP *out, const ResultLike &like) {
+    if (!imfAllockEx(out, like.type < 0 ? src->Type : like.type, src->Pack, like.width < 0 ? src->Width : like.width,
+                     like.height < 0 ? src->Height : like.height, like.bits)) {
+        std::memset(out, 0, sizeof *out);
+        return IMF_ERRMEMORY;
+    }
+    if (like.pixels) CopyPixels(src, out);
+    if (like.palette && src->ColorMap && out->ColorMap)
         std::memcpy(out->ColorMap, src->ColorMap, sizeof(IMF_COLORMAP));
     out->ColorUsed = src->ColorUsed;
-    out->TransparentIndex = src->TransparentIndex;
+    out->TransparentIndex = like.transparent ? src->TransparentIndex : -1;
     if (imfCopyExtendedData(out, src) != IMF_NOERROR) {
         imfFree(out);
+        std::memset(out, 0, sizeof *out);
         return IMF_ERRMEMORY;
     }
     return IMF_NOERROR;
@@ -39,9 +45,11 @@ IMF_ERROR PrepareTarget(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, 
         *target = src;
         return IMF_NOERROR;
     }
-    IMF_ERROR rc = AllocateLike(src, dst, copy_palette);
+    ResultLike like;
+    like.palette = copy_palette;
+    like.pixels = like.transparent = true;
+    IMF_ERROR rc = NewResult(src, dst, like);
     if (rc != IMF_NOERROR) return rc;
-    CopyPixels(src, dst);
     *target = dst;
     return IMF_NOERROR;
 }

@@ -6,11 +6,20 @@
 
 namespace imge {
 
-// Fills `out` with a new zeroed bitmap of src's type, pack and size, with
-// src's ColorUsed, TransparentIndex and extended data, and (when
-// copy_palette and src has one) src's whole colour map.
-// IMF_NOERROR or IMF_ERRMEMORY (then `out` owns nothing).
-IMF_ERROR AllocateLike(const IMF_BITMAP *src, IMF_BITMAP *out, bool copy_palette);
+// What a new result bitmap takes from its source. Pack, ColorUsed and the
+// extended data always come along; type and size too unless given here.
+struct ResultLike {
+    TLong type = -1;                 // the source's when negative
+    TLong width = -1, height = -1;   // the source's when negative
+    TLong bits = 0;                  // bits per component, as imfAllockEx takes them
+    bool palette = false;            // the whole colour map, where both have one
+    bool pixels = false;             // every row of pixels (same type and size only)
+    bool transparent = false;        // the transparent index; -1 otherwise
+};
+
+// Fills `out` with a new zeroed bitmap made like src as `like` says.
+// IMF_NOERROR or IMF_ERRMEMORY (then `out` is zeroed and owns nothing).
+IMF_ERROR NewResult(const IMF_BITMAP *src, IMF_BITMAP *out, const ResultLike &like);
 
 // Copies every row of pixels from src to dst (same type and size).
 void CopyPixels(const IMF_BITMAP *src, IMF_BITMAP *dst);
