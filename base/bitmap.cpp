@@ -20,7 +20,7 @@ using imgbase::PixelBytes;
 namespace {
 
 int ComponentsOf(unsigned type) {
-    return type == IMF_BINARY ? 1 : imgrec::BytesPerPixelOf(type);
+    return type == IMF_BINARY ? 1 : imge::records::BytesPerPixelOf(type);
 }
 
 void FreeExtended(IMF_BITMAP *b) {
@@ -43,20 +43,20 @@ TUword imfAllockEx(IMF_BITMAP *b, TLong type, TLong pack, TLong width, TLong hei
                    TLong bits_per_component) {
     if (!b) return 0;
     std::memset(b, 0, sizeof *b);
-    int bpp = imgrec::BytesPerPixelOf(static_cast<unsigned>(type));
+    int bpp = imge::records::BytesPerPixelOf(static_cast<unsigned>(type));
     if (bpp == 0 || width < 0 || height < 0) return 0;
     if (bits_per_component != 0 && bits_per_component != 8 &&
         !(bits_per_component == 1 && type == IMF_BINARY))
         return 0;
     if (pack < 1) pack = 1;
     if (pack > INT16_MAX) return 0;
-    long long row = imgrec::RowBytes(static_cast<unsigned>(type), width);
+    long long row = imge::records::RowBytes(static_cast<unsigned>(type), width);
     long long bpl = (row + pack - 1) / pack * pack;
     if (bpl > INT32_MAX) return 0;
     long long total = PixelBytes(height, bpl);
     if (total < 0) return 0;
 
-    auto *data = static_cast<TUbyte *>(imgrec::AllocateBlock(static_cast<std::size_t>(total), true));
+    auto *data = static_cast<TUbyte *>(imge::records::AllocateBlock(static_cast<std::size_t>(total), true));
     if (!data) return 0;
     IMF_COLORMAP *map = nullptr;
     if (type == IMF_COLORS) {
@@ -97,7 +97,7 @@ void imfFree(IMF_BITMAP *b) {
 IMF_ERROR imfCopyExtendedData(IMF_BITMAP *dst, const IMF_BITMAP *src) {
     if (!dst || !src) return IMF_ERRBADPARAMS;
     if (dst == src) return IMF_NOERROR;
-    if (imgrec::ChainLoops(src->Metadata)) return IMF_ERRBADBITMAP;
+    if (imge::records::ChainLoops(src->Metadata)) return IMF_ERRBADBITMAP;
     char *comment, *name;
     IMF_METADATAENTRY *meta;
     bool ok_c = CopyString(src->Comment, &comment);
@@ -146,7 +146,7 @@ void imfCleanAndSetBitAtBuffer(TUbyte *row, TLong x, int value) {
 // A new bitmap holding the area of src (null: all of it), with src's
 // palette, ColorUsed, TransparentIndex and extended data.
 IMF_ERROR imfCopy(const IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area) {
-    if (!src || !dst || !src->Data || !imgrec::RecordIsValid(src)) return IMF_ERRBADPARAMS;
+    if (!src || !dst || !src->Data || !imge::records::RecordIsValid(src)) return IMF_ERRBADPARAMS;
     IMF_RECT r;
     if (imfGetClippingRect(src, area, &r)) return IMF_ERRBADPARAMS;
     IMF_BITMAP out;
@@ -182,7 +182,7 @@ IMG_BITMAP *imgCreateBitmap(IMG_BITMAP_TYPE type, IMG_INT32 width, IMG_INT32 hei
         imfFree(&b);
         return nullptr;
     }
-    imgrec::ToImg(img, &b);
+    imge::records::ToImg(img, &b);
     img->ComponentsPerPixel = b.ComponentsPerPixel;
     img->BitsPerComponent = b.BitsPerComponent;
     return img;
@@ -202,7 +202,7 @@ IMG_BITMAP *imgCloneBitmap(const IMG_BITMAP *src) {
     if (!src || src->Height < 0) return nullptr;
     long long total = PixelBytes(src->Height, src->BytesPerLine);
     if (total < 0 || (total > 0 && !src->Data)) return nullptr;
-    if (imgrec::ChainLoops(static_cast<const IMF_METADATAENTRY *>(src->MetaData))) return nullptr;
+    if (imge::records::ChainLoops(static_cast<const IMF_METADATAENTRY *>(src->MetaData))) return nullptr;
     auto *img = static_cast<IMG_BITMAP *>(imgMemoryAlloc(sizeof(IMG_BITMAP)));
     if (!img) return nullptr;
     *img = *src;
@@ -219,7 +219,7 @@ IMG_BITMAP *imgCloneBitmap(const IMG_BITMAP *src) {
     ok = CopyString(src->Name, &img->Name) && ok;
     ok = CopyMetadata(static_cast<const IMF_METADATAENTRY *>(src->MetaData), &meta) && ok;
     img->MetaData = meta;
-    img->Data = static_cast<IMG_UINT8 *>(imgrec::AllocateBlock(static_cast<std::size_t>(total), false));
+    img->Data = static_cast<IMG_UINT8 *>(imge::records::AllocateBlock(static_cast<std::size_t>(total), false));
     if (!ok || !img->Data) {
         imgFreeBitmap(img);
         return nullptr;

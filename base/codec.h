@@ -10,7 +10,8 @@
 
 #include "libtools.h"
 
-namespace imgio {
+namespace imgbase {
+namespace io {
 
 // A malloc'd byte buffer that grows; Append reports allocation failure.
 struct Buffer {
@@ -64,4 +65,5 @@ constexpr char kExifId[6] = {'E', 'x', 'i', 'f', 0, 0};
 constexpr char kXmpId[] = "http://ns.adobe.com/xap/1.0/";
 constexpr char kPhotoshopId[] = "Photoshop 3.0";
 
-}  // namespace imgio
+}  // namespace io
+}  // namespace imgbase

@@ -41,8 +41,8 @@ IMG_ERROR imgGetColorArray(const IMG_BITMAP *bitmap, const IMG_COLOR *color, IMG
             array[3] = 0;
             return IMG_NO_ERROR;
         default: {
-            imgrec::RgbOrder o;
-            if (!imgrec::RgbOrderOf(bitmap->Type, &o)) return IMG_ERROR_BAD_BITMAP;
+            imge::records::RgbOrder o;
+            if (!imge::records::RgbOrderOf(bitmap->Type, &o)) return IMG_ERROR_BAD_BITMAP;
             array[o.r] = static_cast<IMG_UINT8>(r);
             array[o.g] = static_cast<IMG_UINT8>(g);
             array[o.b] = static_cast<IMG_UINT8>(b);

@@ -13,8 +13,8 @@
 
 namespace {
 
-using imgexif::Entry;
-using imgexif::TiffReader;
+using imgbase::exif::Entry;
+using imgbase::exif::TiffReader;
 
 TiffReader ReaderOf(const IMF_METADATAENTRY *entry) {
     if (!entry || !entry->Data || entry->Length <= 0)
@@ -26,8 +26,8 @@ TiffReader ReaderOf(const IMF_METADATAENTRY *entry) {
 // The orientation entry of IFD0: a SHORT with at least one value.
 bool FindOrientation(const TiffReader &tiff, Entry *entry) {
     uint32_t ifd0 = 0;
-    return tiff.FirstIfd(&ifd0) && tiff.Find(ifd0, imgexif::kTagOrientation, entry) &&
-           entry->type == imgexif::kTypeShort && entry->count >= 1 &&
+    return tiff.FirstIfd(&ifd0) && tiff.Find(ifd0, imgbase::exif::kTagOrientation, entry) &&
+           entry->type == imgbase::exif::kTypeShort && entry->count >= 1 &&
            entry->value_at + 2 <= tiff.Size();
 }
 
@@ -95,8 +95,8 @@ int EXIFThumbGet(const void *app1_data, TLong length, EXIFThumbInfo *info) {
 
     Entry e{};
     uint32_t offset = 0, size = 0;
-    if (!tiff.Find(ifd1, imgexif::kTagJpegOffset, &e) || !tiff.Number(e, &offset)) return 0;
-    if (!tiff.Find(ifd1, imgexif::kTagJpegLength, &e) || !tiff.Number(e, &size)) return 0;
+    if (!tiff.Find(ifd1, imgbase::exif::kTagJpegOffset, &e) || !tiff.Number(e, &offset)) return 0;
+    if (!tiff.Find(ifd1, imgbase::exif::kTagJpegLength, &e) || !tiff.Number(e, &size)) return 0;
     if (size < 2 || offset > tiff.Size() || tiff.Size() - offset < size) return 0;
     const size_t stream = tiff.TiffStart() + offset;
     if (block[stream] != 0xFF || block[stream + 1] != 0xD8) return 0;
@@ -106,14 +106,14 @@ int EXIFThumbGet(const void *app1_data, TLong length, EXIFThumbInfo *info) {
     out.Offset = static_cast<TUlong>(stream);
     out.Size = size;
     uint32_t v = 0;
-    if (tiff.Find(ifd1, imgexif::kTagImageWidth, &e) && tiff.Number(e, &v)) out.Width = v;
-    if (tiff.Find(ifd1, imgexif::kTagImageLength, &e) && tiff.Number(e, &v)) out.Height = v;
+    if (tiff.Find(ifd1, imgbase::exif::kTagImageWidth, &e) && tiff.Number(e, &v)) out.Width = v;
+    if (tiff.Find(ifd1, imgbase::exif::kTagImageLength, &e) && tiff.Number(e, &v)) out.Height = v;
     uint32_t w = 0, h = 0;  // a directory without sizes: those of the stream itself
     if ((!out.Width || !out.Height) && FrameSize(block + stream, size, &w, &h)) {
         if (!out.Width) out.Width = w;
         if (!out.Height) out.Height = h;
     }
-    if (tiff.Find(ifd1, imgexif::kTagOrientation, &e) && e.type == imgexif::kTypeShort &&
+    if (tiff.Find(ifd1, imgbase::exif::kTagOrientation, &e) && e.type == imgbase::exif::kTypeShort &&
         e.count >= 1 && e.value_at + 2 <= tiff.Size()) {
         out.HasOrientation = 1;
         // The pipeline rewrites the value through this pointer, in the

@@ -16,7 +16,8 @@
 
 #include "codec.h"
 
-namespace imgio {
+namespace imgbase {
+namespace io {
 
 namespace {
 
@@ -342,4 +343,5 @@ IMG_ERROR JpegSubsampling(const uint8_t *data, size_t size, IMG_INT32 *subsampli
     return RunHeader(d, data, size, subsampling) ? IMG_NO_ERROR : IMG_ERROR_FILE_READ;
 }
 
-}  // namespace imgio
+}  // namespace io
+}  // namespace imgbase

@@ -19,7 +19,8 @@
 #include "record_convert.h"
 #include "tiff_reader.h"
 
-namespace imgio {
+namespace imgbase {
+namespace io {
 
 Buffer::~Buffer() { std::free(data); }
 
@@ -82,12 +83,13 @@ const IMF_METADATAENTRY *FindMeta(const IMF_METADATAENTRY *chain, TUlong marker)
     return nullptr;
 }
 
-}  // namespace imgio
+}  // namespace io
+}  // namespace imgbase
 
 namespace {
 
-using imgio::Buffer;
-using imgio::Message;
+using imgbase::io::Buffer;
+using imgbase::io::Message;
 
 enum class Format { Unknown, Png, Jpeg, Pnm, Pbm };
 
@@ -226,7 +228,7 @@ void Put32(uint8_t *p, uint32_t v, bool big) {
 // thumbnail. The bytes stay, unreferenced.
 void DropThumbnail(IMF_METADATAENTRY *e) {
     auto *block = static_cast<uint8_t *>(e->Data);
-    imgexif::TiffReader tiff(block, static_cast<size_t>(e->Length));
+    imgbase::exif::TiffReader tiff(block, static_cast<size_t>(e->Length));
     uint32_t ifd0 = 0;
     uint16_t count = 0;
     if (!tiff.Valid() || !tiff.FirstIfd(&ifd0) || !tiff.U16(ifd0, &count)) return;
@@ -240,9 +242,9 @@ void DropThumbnail(IMF_METADATAENTRY *e) {
 // true when they did (the picture's geometry has changed).
 bool FixDimensions(IMF_METADATAENTRY *e, TLong width, TLong height) {
     auto *block = static_cast<uint8_t *>(e->Data);
-    imgexif::TiffReader tiff(block, static_cast<size_t>(e->Length));
+    imgbase::exif::TiffReader tiff(block, static_cast<size_t>(e->Length));
     uint32_t ifd0 = 0, sub = 0;
-    imgexif::Entry link{};
+    imgbase::exif::Entry link{};
     if (!tiff.Valid() || !tiff.FirstIfd(&ifd0) || !tiff.Find(ifd0, kTagExifIfd, &link) ||
         !tiff.Number(link, &sub))
         return false;
@@ -250,16 +252,16 @@ bool FixDimensions(IMF_METADATAENTRY *e, TLong width, TLong height) {
     const uint16_t tags[2] = {kTagPixelX, kTagPixelY};
     const uint32_t values[2] = {static_cast<uint32_t>(width), static_cast<uint32_t>(height)};
     for (int k = 0; k < 2; ++k) {
-        imgexif::Entry en{};
+        imgbase::exif::Entry en{};
         uint32_t old = 0;
         if (!tiff.Find(sub, tags[k], &en) || !tiff.Number(en, &old) || old == values[k]) continue;
         changed = true;
         uint8_t *value = block + tiff.TiffStart() + en.value_at;
         uint8_t *type = value - 6;  // tag, type, count, value
-        if (en.type == imgexif::kTypeShort && values[k] <= 0xFFFF) {
+        if (en.type == imgbase::exif::kTypeShort && values[k] <= 0xFFFF) {
             Put16(value, values[k], tiff.BigEndian());
         } else {
-            Put16(type, imgexif::kTypeLong, tiff.BigEndian());
+            Put16(type, imgbase::exif::kTypeLong, tiff.BigEndian());
             Put32(value, values[k], tiff.BigEndian());
         }
     }
@@ -273,8 +275,8 @@ TUbyte *RowOf(const IMF_BITMAP &b, TLong y) { return b.Data + static_cast<size_t
 // The bitmap as grey, RGB or RGBA: binary to grey 0/255, a palette without
 // colours to grey, other byte orders reordered, CMYK by 255 - C - K.
 IMG_ERROR ToCanonical(const IMF_BITMAP &b, IMF_BITMAP *out) {
-    imgrec::RgbOrder o{};
-    const bool order = imgrec::RgbOrderOf(b.Type, &o);
+    imge::records::RgbOrder o{};
+    const bool order = imge::records::RgbOrderOf(b.Type, &o);
     const TLong type = b.Type == IMF_BINARY || b.Type == IMF_COLORS ? IMF_GREY
                        : b.Type == IMF_CMYK ? IMF_RGB
                        : order && o.a >= 0 ? IMF_RGBA
@@ -350,11 +352,11 @@ IMG_ERROR Load(const char *path, const IMG_LOAD_OPTIONS &opt, IMG_BITMAP **out, 
     IMF_BITMAP b;
     std::memset(&b, 0, sizeof b);
     if (n >= 8 && std::memcmp(d, "\x89PNG\r\n\x1a\n", 8) == 0) {
-        rc = imgio::DecodePng(d, n, &b, msg);
+        rc = imgbase::io::DecodePng(d, n, &b, msg);
     } else if (n >= 3 && d[0] == 0xFF && d[1] == 0xD8 && d[2] == 0xFF) {
-        rc = imgio::DecodeJpeg(d, n, opt.AcceptDamaged != 0, &b, msg);
+        rc = imgbase::io::DecodeJpeg(d, n, opt.AcceptDamaged != 0, &b, msg);
     } else if (n >= 2 && d[0] == 'P' && d[1] >= '1' && d[1] <= '7') {
-        rc = imgio::DecodePnm(d, n, &b, msg);
+        rc = imgbase::io::DecodePnm(d, n, &b, msg);
     } else {
         msg.Set("unsupported format (not a PNG, JPEG or PNM file)");
         return IMG_ERROR_UNKNOWN_FORMAT;
@@ -363,7 +365,7 @@ IMG_ERROR Load(const char *path, const IMG_LOAD_OPTIONS &opt, IMG_BITMAP **out, 
         imfFree(&b);
         return rc;
     }
-    auto *exif = const_cast<IMF_METADATAENTRY *>(imgio::FindMeta(b.Metadata, IMF_EXIF_METADATA));
+    auto *exif = const_cast<IMF_METADATAENTRY *>(imgbase::io::FindMeta(b.Metadata, IMF_EXIF_METADATA));
     int o = 1;
     if (opt.AutoOrient && exif && EXIFGetOrientation(exif, &o) && o >= 2 && o <= 8) {
         if ((rc = Orient(&b, o)) != IMG_NO_ERROR) {
@@ -378,7 +380,7 @@ IMG_ERROR Load(const char *path, const IMG_LOAD_OPTIONS &opt, IMG_BITMAP **out, 
         imfFree(&b);
         return IMG_ERROR_NO_MEMORY;
     }
-    imgrec::ToImg(img, &b);
+    imge::records::ToImg(img, &b);
     img->ComponentsPerPixel = b.ComponentsPerPixel;
     *out = img;
     return IMG_NO_ERROR;
@@ -400,10 +402,10 @@ IMG_ERROR Save(const char *path, const IMG_BITMAP *img, const IMG_SAVE_OPTIONS &
         return IMG_ERROR_UNKNOWN_FORMAT;
     }
     IMF_BITMAP view;
-    imgrec::ToImf(&view, img);
+    imge::records::ToImf(&view, img);
     if (!view.Data || view.Width < 1 || view.Height < 1 ||
-        imgrec::BytesPerPixelOf(view.Type) == 0 ||
-        view.BytesPerLine < imgrec::RowBytes(view.Type, view.Width)) {
+        imge::records::BytesPerPixelOf(view.Type) == 0 ||
+        view.BytesPerLine < imge::records::RowBytes(view.Type, view.Width)) {
         msg.Set("not a bitmap that can be saved");
         return IMG_ERROR_BAD_BITMAP;
     }
@@ -426,14 +428,14 @@ IMG_ERROR Save(const char *path, const IMG_BITMAP *img, const IMG_SAVE_OPTIONS &
         imfFree(&canon);
         return IMG_ERROR_NO_MEMORY;
     }
-    auto *exif = const_cast<IMF_METADATAENTRY *>(imgio::FindMeta(meta, IMF_EXIF_METADATA));
+    auto *exif = const_cast<IMF_METADATAENTRY *>(imgbase::io::FindMeta(meta, IMF_EXIF_METADATA));
     if (exif && FixDimensions(exif, b->Width, b->Height)) DropThumbnail(exif);
     Buffer out;
     IMG_ERROR rc = IMG_NO_ERROR;
     switch (f) {
-    case Format::Png: rc = imgio::EncodePng(*b, meta, &out, msg); break;
-    case Format::Jpeg: rc = imgio::EncodeJpeg(*b, meta, opt, &out, msg); break;
-    case Format::Pnm: rc = imgio::EncodePnm(*b, &out, msg); break;
+    case Format::Png: rc = imgbase::io::EncodePng(*b, meta, &out, msg); break;
+    case Format::Jpeg: rc = imgbase::io::EncodeJpeg(*b, meta, opt, &out, msg); break;
+    case Format::Pnm: rc = imgbase::io::EncodePnm(*b, &out, msg); break;
     case Format::Pbm: {
         char header[64];
         const int n = std::snprintf(header, sizeof header, "P4\n%d %d\n", static_cast<int>(b->Width),
@@ -509,7 +511,7 @@ IMG_ERROR imgGetJpegSubsampling(const char *path, IMG_INT32 *subsampling) {
     IMG_ERROR rc = ReadWhole(path, &file, msg);
     if (rc != IMG_NO_ERROR) return rc;
     if (file.size < 3 || file.data[0] != 0xFF || file.data[1] != 0xD8) return IMG_ERROR_UNKNOWN_FORMAT;
-    return imgio::JpegSubsampling(file.data, file.size, subsampling);
+    return imgbase::io::JpegSubsampling(file.data, file.size, subsampling);
 }
 
 const char *imgErrorString(IMG_ERROR code) {

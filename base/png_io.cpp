@@ -15,7 +15,8 @@
 
 #include "codec.h"
 
-namespace imgio {
+namespace imgbase {
+namespace io {
 
 namespace {
 
@@ -381,4 +382,5 @@ IMG_ERROR EncodePng(const IMF_BITMAP &b, const IMF_METADATAENTRY *meta, Buffer *
     return IMG_NO_ERROR;
 }
 
-}  // namespace imgio
+}  // namespace io
+}  // namespace imgbase

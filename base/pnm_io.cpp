@@ -6,7 +6,8 @@
 
 #include "codec.h"
 
-namespace imgio {
+namespace imgbase {
+namespace io {
 
 namespace {
 
@@ -110,4 +111,5 @@ IMG_ERROR EncodePnm(const IMF_BITMAP &b, Buffer *out, Message &) {
     return IMG_NO_ERROR;
 }
 
-}  // namespace imgio
+}  // namespace io
+}  // namespace imgbase

@@ -169,7 +169,7 @@ extern "C" {
 
 IMF_ERROR imfResize(const IMF_BITMAP *src, IMF_BITMAP *dst, TLong width, TLong height, TLong /*mode*/) {
     if (!src || !dst || !src->Data || width <= 0 || height <= 0 || src->Width <= 0 || src->Height <= 0 ||
-        !imgrec::RecordIsValid(src))
+        !imge::records::RecordIsValid(src))
         return IMF_ERRBADPARAMS;
     IMF_BITMAP out;
     if (!imfAllock(&out, src->Type, src->Pack, width, height)) return IMF_ERRMEMORY;

@@ -2,7 +2,8 @@
 
 #include <cstring>
 
-namespace imgexif {
+namespace imgbase {
+namespace exif {
 
 namespace {
 const uint8_t kExifId[6] = {'E', 'x', 'i', 'f', 0, 0};
@@ -95,4 +96,5 @@ bool TiffReader::Number(const Entry &entry, uint32_t *value) const {
     return false;
 }
 
-}  // namespace imgexif
+}  // namespace exif
+}  // namespace imgbase

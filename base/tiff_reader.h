@@ -9,13 +9,13 @@
 //
 // The bytes are untrusted: every read below checks the block's length first
 // and reports failure instead of reading past it.
-#ifndef IMG_BASE_TIFF_READER_H
-#define IMG_BASE_TIFF_READER_H
+#pragma once
 
 #include <cstddef>
 #include <cstdint>
 
-namespace imgexif {
+namespace imgbase {
+namespace exif {
 
 enum : uint16_t {
     kTagImageWidth = 0x0100,
@@ -70,6 +70,5 @@ private:
     bool big_endian_ = false;
 };
 
-}  // namespace imgexif
-
-#endif
+}  // namespace exif
+}  // namespace imgbase

@@ -324,7 +324,7 @@ TEST(Noise, SameSecondGivesTheReferencesDraws) {
 TEST(Noise, PrivateGeneratorIsRand) {
     for (unsigned seed : {0u, 1u, 12345u, 2147483647u, 2147483648u, 4294967295u}) {
         srand(seed);
-        imge::FeedbackDraws copy(seed);
+        imge::noise::FeedbackDraws copy(seed);
         for (int i = 0; i < 5000; ++i) ASSERT_EQ(copy.Next(), static_cast<unsigned>(rand())) << seed << " draw " << i;
     }
 }

@@ -278,7 +278,7 @@ TEST(ExifDimensions, WidthAndHeightBecome32BitValuesInTheBlocksOrder) {
         recipe.pixel_height = 3000;
         std::vector<uint8_t> t = Tiff(recipe);
         const std::vector<uint8_t> before = t;
-        jx::SetExifDimensions(t.data(), t.size(), 70000, 17);
+        imge::jpeg::SetExifDimensions(t.data(), t.size(), 70000, 17);
         // Sub-directory: after the header (8), IFD0 (2 + 5 * 12 + 4).
         const size_t sub = 8 + 2 + 5 * 12 + 4;
         const std::vector<uint8_t> w_le = {0x02, 0xA0, 4, 0, 1, 0, 0, 0, 0x70, 0x11, 0x01, 0x00};
@@ -304,7 +304,7 @@ TEST(ExifDimensions, ShortEntriesAreWidenedAndDamagedBlocksLeftAlone) {
     t[sub + 2 + 8] = 0x80;
     t[sub + 2 + 9] = 0x02;
     t[sub + 2 + 10] = 0xEE;  // junk in the unused half
-    jx::SetExifDimensions(t.data(), t.size(), 0x12345, 9);
+    imge::jpeg::SetExifDimensions(t.data(), t.size(), 0x12345, 9);
     EXPECT_EQ(t[sub + 2 + 2], 4);
     EXPECT_EQ(t[sub + 2 + 8], 0x45);
     EXPECT_EQ(t[sub + 2 + 9], 0x23);
@@ -316,7 +316,7 @@ TEST(ExifDimensions, ShortEntriesAreWidenedAndDamagedBlocksLeftAlone) {
     const std::vector<uint8_t> whole = Tiff(recipe);
     for (size_t n = 0; n <= whole.size(); ++n) {
         std::vector<uint8_t> copy = whole;
-        jx::SetExifDimensions(copy.data(), n, 1, 2);
+        imge::jpeg::SetExifDimensions(copy.data(), n, 1, 2);
         for (size_t i = n; i < copy.size(); ++i) ASSERT_EQ(copy[i], whole[i]) << n;
         if (n < sub + 14) {
             ASSERT_EQ(copy, whole) << n;
@@ -332,7 +332,7 @@ TEST(ExifDimensions, ShortEntriesAreWidenedAndDamagedBlocksLeftAlone) {
             r[2] = (round & 1) ? 0 : 42;
             r[3] = (round & 1) ? 42 : 0;
         }
-        jx::SetExifDimensions(r.data(), r.size(), 3, 4);
+        imge::jpeg::SetExifDimensions(r.data(), r.size(), 3, 4);
     }
 }
 

@@ -89,7 +89,7 @@ class ExifSteps : public testing::TestWithParam<bool> {
             if (s.marker == 0xE1 && app1 == 0) app1 = s.offset;
         EXPECT_NE(app1, 0u);
         if (reset) Put16(out, app1 + p.at.orientation_value, p.big, 1);
-        if (thumb != jx::kNone) {
+        if (thumb != imge::jpeg::kNone) {
             const Bytes t = Jpegtran(std::string("-trim ") + kJpegtran[thumb], p.thumb);
             if (t.size() <= p.thumb.size()) {
                 std::copy(t.begin(), t.end(), out.begin() + long(app1 + p.at.thumb_offset));
@@ -102,8 +102,8 @@ class ExifSteps : public testing::TestWithParam<bool> {
 };
 
 TEST_P(ExifSteps, OrientationCodeTurnsEveryOrientationUprightWithItsThumbnail) {
-    const int transform_for[9] = {jx::kNone,  jx::kNone,       jx::kFlipH, jx::kRot180, jx::kFlipV,
-                                  jx::kTranspose, jx::kRot90, jx::kTransverse, jx::kRot270};
+    const int transform_for[9] = {imge::jpeg::kNone,  imge::jpeg::kNone,       imge::jpeg::kFlipH, imge::jpeg::kRot180, imge::jpeg::kFlipV,
+                                  imge::jpeg::kTranspose, imge::jpeg::kRot90, imge::jpeg::kTransverse, imge::jpeg::kRot270};
     for (int o = 1; o <= 8; ++o)
         for (int trim = 0; trim < 2; ++trim) {
             const Photo p = MakePhoto(o, GetParam());
@@ -125,17 +125,17 @@ TEST_P(ExifSteps, RotationRelativeToTheOrientation) {
         int transform;  // expected module transform
         bool reset;
     } cases[] = {
-        {8, IMF_LOSSLESS_TRANSFORM_ROTATE90, 0x6, jx::kNone, true},     // (3 + 1) % 4 = 0
-        {2, IMF_LOSSLESS_TRANSFORM_ROTATE180, 0x6, jx::kRot180, true},  // a mirror counts no turn
-        {6, IMF_LOSSLESS_TRANSFORM_ROTATE90, 0x6, jx::kRot180, true},
-        {3, IMF_LOSSLESS_TRANSFORM_ROTATE270, 0x7, jx::kRot90, true},
-        {6, IMF_LOSSLESS_TRANSFORM_VERTICAL_FLIP, 0x6, jx::kFlipV, true},  // flips stay as asked
-        {6, IMF_LOSSLESS_TRANSFORM_VERTICAL_FLIP, 0x4, jx::kFlipV, true},
-        {6, IMF_LOSSLESS_TRANSFORM_ROTATE90, 0x4, jx::kRot90, true},     // not relative without 0x2
-        {6, IMF_LOSSLESS_TRANSFORM_ROTATE90, 0x2, jx::kRot90, false},    // 0x2 alone: EXIF not read
-        {6, IMF_LOSSLESS_TRANSFORM_ROTATE90, 0x0, jx::kRot90, false},
-        {5, IMF_LOSSLESS_TRANSFORM_NONE, 0x6, jx::kNone, true},
-        {7, 9, 0x4, jx::kNone, true},                                     // unknown code: no transform
+        {8, IMF_LOSSLESS_TRANSFORM_ROTATE90, 0x6, imge::jpeg::kNone, true},     // (3 + 1) % 4 = 0
+        {2, IMF_LOSSLESS_TRANSFORM_ROTATE180, 0x6, imge::jpeg::kRot180, true},  // a mirror counts no turn
+        {6, IMF_LOSSLESS_TRANSFORM_ROTATE90, 0x6, imge::jpeg::kRot180, true},
+        {3, IMF_LOSSLESS_TRANSFORM_ROTATE270, 0x7, imge::jpeg::kRot90, true},
+        {6, IMF_LOSSLESS_TRANSFORM_VERTICAL_FLIP, 0x6, imge::jpeg::kFlipV, true},  // flips stay as asked
+        {6, IMF_LOSSLESS_TRANSFORM_VERTICAL_FLIP, 0x4, imge::jpeg::kFlipV, true},
+        {6, IMF_LOSSLESS_TRANSFORM_ROTATE90, 0x4, imge::jpeg::kRot90, true},     // not relative without 0x2
+        {6, IMF_LOSSLESS_TRANSFORM_ROTATE90, 0x2, imge::jpeg::kRot90, false},    // 0x2 alone: EXIF not read
+        {6, IMF_LOSSLESS_TRANSFORM_ROTATE90, 0x0, imge::jpeg::kRot90, false},
+        {5, IMF_LOSSLESS_TRANSFORM_NONE, 0x6, imge::jpeg::kNone, true},
+        {7, 9, 0x4, imge::jpeg::kNone, true},                                     // unknown code: no transform
     };
     for (const Case &c : cases) {
         const Photo p = MakePhoto(c.orientation, GetParam());
@@ -155,7 +155,7 @@ TEST_P(ExifSteps, ThumbnailThatGrowsStaysWithItsOrientation) {
     const std::string src = Write("src.jpg", p.file), dst = dir_.File("dst.jpg");
     ASSERT_EQ(imfJpegLosslessTransformEx(src.c_str(), dst.c_str(), IMF_LOSSLESS_TRANSFORM_EXIF_ORIENTATION, 0), 1);
     const Bytes out = ReadFileBytes(dst);
-    EXPECT_EQ(out, Expected(p, jx::kFlipH, false, true, jx::kFlipH));
+    EXPECT_EQ(out, Expected(p, imge::jpeg::kFlipH, false, true, imge::jpeg::kFlipH));
     Segment app1 = Segments(out)[0];
     ASSERT_EQ(app1.marker, 0xE1);
     EXPECT_TRUE(std::equal(p.thumb.begin(), p.thumb.end(), app1.data.begin() + long(p.at.thumb_offset)));
@@ -177,7 +177,7 @@ TEST_P(ExifSteps, PublicCallTurnsInPlaceRelativeToTheOrientation) {
     const Photo p = MakePhoto(6, GetParam());
     const std::string src = Write("photo.jpg", p.file);
     EXPECT_EQ(imgJpegLosslessTransform(src.c_str(), IMG_LOSSLESS_TRANSFORM_ROTATE90), IMG_NO_ERROR);
-    EXPECT_EQ(ReadFileBytes(src), Expected(p, jx::kRot180, true, true, jx::kRot180));
+    EXPECT_EQ(ReadFileBytes(src), Expected(p, imge::jpeg::kRot180, true, true, imge::jpeg::kRot180));
     EXPECT_FALSE(FileExists(dir_.File("photo.jp_")));
 }
 

@@ -124,10 +124,10 @@ TEST_P(Oracle, EveryTransformWithAndWithoutTrimIsJpegtransFile) {
                 ok = imfJpegLosslessTransformEx(src_.c_str(), ours.c_str(), TUword(kCode[t]),
                                                 trim ? IMF_LOSSLESS_TRIM : 0);
             } else {
-                jpeg_lossless::Request rq;
+                imge::jpeg::Request rq;
                 rq.module_transform = t;
                 rq.flags = trim ? IMF_LOSSLESS_TRIM : 0;
-                ok = jpeg_lossless::Run(src_.c_str(), ours.c_str(), rq);
+                ok = imge::jpeg::Run(src_.c_str(), ours.c_str(), rq);
             }
             ASSERT_EQ(ok, 1) << kJpegtranTransform[t];
             same += Same(std::string(trim ? "-trim " : "") + kJpegtranTransform[t], true);
@@ -163,8 +163,8 @@ TEST_P(Oracle, CropsAndCropsOfTransformedPicturesAreJpegtransFiles) {
             ++total;
         }
     // The rectangle is measured in the transformed picture.
-    for (int t : {jx::kRot90, jx::kFlipH, jx::kRot180, jx::kRot270, jx::kFlipV})
-        for (const Rect &r : rects(jx::SwapsAxes(t) ? s.height : s.width, jx::SwapsAxes(t) ? s.width : s.height)) {
+    for (int t : {imge::jpeg::kRot90, imge::jpeg::kFlipH, imge::jpeg::kRot180, imge::jpeg::kRot270, imge::jpeg::kFlipV})
+        for (const Rect &r : rects(imge::jpeg::SwapsAxes(t) ? s.height : s.width, imge::jpeg::SwapsAxes(t) ? s.width : s.height)) {
             const std::string ours = dir_.File("ours.jpg");
             const TWord ok = imfJpegLosslessTransform2(src_.c_str(), ours.c_str(), r.x, r.y, r.w, r.h,
                                                        TUword(kCode[t]), IMF_LOSSLESS_TRIM);

@@ -135,7 +135,7 @@ TEST(LinearFilters, UserKernelExamples) {
 TEST(LinearFilters, BoxDivisionByMultiplyAndShiftIsExact) {
     for (uint32_t n = 2; n <= 15; ++n) {
         const uint32_t d = n * n;
-        const uint64_t magic = imge::DivisionMagic(d);
+        const uint64_t magic = imge::filters::DivisionMagic(d);
         for (uint32_t v = 0; v <= 255 * d; ++v) ASSERT_EQ((v * magic) >> 32, v / d) << d << " " << v;
     }
 }

@@ -46,7 +46,7 @@ TEST(Lut, GreyRescalingExampleAndCallersTableUntouched) {
     table[17] = 200;
     TUbyte t[256];
     std::memcpy(t, table, 256);
-    imge::RescaleGreyTable(t, 16);
+    imge::lut::RescaleGreyTable(t, 16);
     EXPECT_EQ(t[1], 11);   // level 1 reads table[17]: 200 * 15 / 255
     EXPECT_EQ(t[15], 15);  // level 15 reads table[255]
     EXPECT_EQ(t[16], 0);

@@ -40,7 +40,7 @@ TEST(Conversion, PublicToProcessingCopiesFieldsAndClearsTheRest) {
     img.Name = name;
     IMF_BITMAP imf;
     std::memset(&imf, 0xAB, sizeof imf);
-    imgrec::ToImf(&imf, &img);
+    imge::records::ToImf(&imf, &img);
     EXPECT_EQ(imf.Type, IMG_RGB);
     EXPECT_EQ(imf.Origin, IMG_BOTTOM_LEFT);
     EXPECT_EQ(imf.BytesPerLine, 16);
@@ -63,8 +63,8 @@ TEST(Conversion, RoundTripKeepsAllButTheDocumentedFields) {
         IMG_BITMAP img = SamplePublic();
         img.ColorUsed = c.used_in;
         IMF_BITMAP imf;
-        imgrec::ToImf(&imf, &img);
-        imgrec::ToImg(&img, &imf);
+        imge::records::ToImf(&imf, &img);
+        imge::records::ToImg(&img, &imf);
         EXPECT_EQ(img.ColorUsed, c.used_out) << c.used_in;
         EXPECT_EQ(img.BitsPerComponent, 8);
         EXPECT_EQ(img.ComponentsPerPixel, 3);  // untouched
@@ -78,7 +78,7 @@ TEST(Conversion, RoundTripKeepsAllButTheDocumentedFields) {
     std::memset(&imf, 0, sizeof imf);
     imf.Xdpi = 70000;
     IMG_BITMAP img = SamplePublic();
-    imgrec::ToImg(&img, &imf);
+    imge::records::ToImg(&img, &imf);
     EXPECT_EQ(img.Xdpi, 4464);
 }
 
@@ -190,7 +190,7 @@ TEST(ExtendedData, ChainsThatLoopAreRefused) {
         OwnedImf part;
         EXPECT_EQ(imfCopy(src.get(), part.get(), nullptr), IMF_ERRBADPARAMS);
         IMG_BITMAP pub{};
-        imgrec::ToImg(&pub, src.get());
+        imge::records::ToImg(&pub, src.get());
         EXPECT_EQ(imgCloneBitmap(&pub), nullptr);
         last->Next = nullptr;
     }

@@ -23,14 +23,14 @@ TEST(Conbright, StatedValues) {
         {-50, 100, 80}, {-50, 200, 161}, {-50, 255, 205},
         {0, 77, 77}, {255, 3, 255}, {1000, 3, 255}, {-255, 250, 0}, {-1000, 250, 0},
     };
-    for (const Case &c : cases) EXPECT_EQ(imge::conbright(c.in, c.amount, 255), c.out) << c.amount << " " << c.in;
+    for (const Case &c : cases) EXPECT_EQ(imge::lut::conbright(c.in, c.amount, 255), c.out) << c.amount << " " << c.in;
 }
 
 TEST(Gammasat, StatedValues) {
-    EXPECT_EQ(imge::gammasat(200, 100, 2.0), 50);
-    EXPECT_EQ(imge::gammasat(200, 100, 0.5), 141);
-    EXPECT_EQ(imge::gammasat(200, 200, 3.0), 200);
-    EXPECT_EQ(imge::gammasat(200, 0, 0.5), 0);
+    EXPECT_EQ(imge::lut::gammasat(200, 100, 2.0), 50);
+    EXPECT_EQ(imge::lut::gammasat(200, 100, 0.5), 141);
+    EXPECT_EQ(imge::lut::gammasat(200, 200, 3.0), 200);
+    EXPECT_EQ(imge::lut::gammasat(200, 0, 0.5), 0);
     // A pixel with equal components is unchanged.
     OwnedImf b;
     ASSERT_NE(imfAllock(b.get(), IMF_RGB, 1, 2, 1), 0);

@@ -100,14 +100,14 @@ TEST(ToneTables, AdjustGammaStepIsSkippedCloseToOne) {
     // matters is that it is the gamma curve.
     imfGetAdjustLut(t, 0, 0, 1.0002);
     TUbyte g[256];
-    imge::GammaTable(g, 1.0002);
+    imge::lut::GammaTable(g, 1.0002);
     EXPECT_EQ(std::memcmp(t, g, 256), 0);
     // Brightness before contrast before gamma.
     imfGetAdjustLut(t, 20, 30, 2.0);
     TUbyte b[256], c[256], gg[256];
-    imge::BrightnessTable(b, 20);
-    imge::ContrastTable(c, 30);
-    imge::GammaTable(gg, 2.0);
+    imge::lut::BrightnessTable(b, 20);
+    imge::lut::ContrastTable(c, 30);
+    imge::lut::GammaTable(gg, 2.0);
     for (int v = 0; v < 256; ++v) ASSERT_EQ(t[v], gg[c[b[v]]]) << v;
 }
 

@@ -22,6 +22,7 @@
 #include "io/image_io.h"
 #include "progress.h"
 
+namespace imge {
 namespace tool {
 
 namespace {
@@ -674,3 +675,4 @@ int RunBatch(Request r) {
 }
 
 }  // namespace tool
+}  // namespace imge

@@ -7,6 +7,7 @@
 
 #include "op_table.h"
 
+namespace imge {
 namespace tool {
 
 // Exit codes.
@@ -60,3 +61,4 @@ std::string ParamUsage(const Param &p);
 int RunDemo(const std::vector<std::string> &argv);
 
 }  // namespace tool
+}  // namespace imge

@@ -13,6 +13,7 @@
 #include "sample.h"
 #include "sheet.h"
 
+namespace imge {
 namespace tool {
 
 namespace {
@@ -146,3 +147,4 @@ int RunDemo(const std::vector<std::string> &argv) {
 }
 
 }  // namespace tool
+}  // namespace imge

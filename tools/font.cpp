@@ -1,5 +1,6 @@
 #include "font.h"
 
+namespace imge {
 namespace tool {
 
 namespace {
@@ -67,3 +68,4 @@ void DrawText(IMG_BITMAP &rgb, int x, int y, const std::string &text, const IMG_
 }
 
 }  // namespace tool
+}  // namespace imge

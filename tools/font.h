@@ -7,6 +7,7 @@
 
 #include "libimg.h"
 
+namespace imge {
 namespace tool {
 
 constexpr int kGlyphW = 6, kGlyphH = 8;
@@ -17,3 +18,4 @@ int TextWidth(const std::string &text, int scale = 1);
 void DrawText(IMG_BITMAP &rgb, int x, int y, const std::string &text, const IMG_UINT8 color[3], int scale = 1);
 
 }  // namespace tool
+}  // namespace imge

@@ -3,6 +3,7 @@
 
 #include "cli.h"
 
+namespace imge {
 namespace tool {
 
 namespace {
@@ -142,3 +143,4 @@ std::string OpHelp(const Op &op) {
 }
 
 }  // namespace tool
+}  // namespace imge

@@ -5,6 +5,7 @@
 
 #include "libtools.h"
 
+namespace imge {
 namespace tool {
 
 void BitmapDeleter::operator()(IMG_BITMAP *b) const { imgFreeBitmap(b); }
@@ -212,3 +213,4 @@ const char *TypeName(IMG_BITMAP_TYPE type) {
 }
 
 }  // namespace tool
+}  // namespace imge

@@ -7,6 +7,7 @@
 
 #include "libimg.h"
 
+namespace imge {
 namespace tool {
 
 struct BitmapDeleter {
@@ -51,3 +52,4 @@ Image GreyIfNeutral(Image b);
 const char *TypeName(IMG_BITMAP_TYPE type);
 
 }  // namespace tool
+}  // namespace imge

@@ -7,7 +7,7 @@
 #include "man.h"
 
 int main(int argc, char **argv) {
-    using namespace tool;
+    using namespace imge::tool;
     std::vector<std::string> args(argv + 1, argv + argc);
     if (args.empty()) {
         std::cerr << MainHelp();

@@ -5,6 +5,7 @@
 
 #include "cli.h"
 
+namespace imge {
 namespace tool {
 
 namespace {
@@ -123,3 +124,4 @@ std::string ManPage() {
 }
 
 }  // namespace tool
+}  // namespace imge

@@ -4,8 +4,10 @@
 
 #include <string>
 
+namespace imge {
 namespace tool {
 
 std::string ManPage();
 
 }  // namespace tool
+}  // namespace imge

@@ -9,6 +9,7 @@
 
 #include "libtools.h"
 
+namespace imge {
 namespace tool {
 
 namespace {
@@ -413,3 +414,4 @@ std::string ColourNames() {
 }
 
 }  // namespace tool
+}  // namespace imge

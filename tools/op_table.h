@@ -15,6 +15,7 @@
 #include "libformat.h"
 #include "libimge.h"
 
+namespace imge {
 namespace tool {
 
 enum class Kind {
@@ -155,3 +156,4 @@ std::string ImfErrorText(IMF_ERROR code);
 std::string ImgErrorText(IMG_ERROR code);
 
 }  // namespace tool
+}  // namespace imge

@@ -3,6 +3,7 @@
 
 #include "op_table.h"
 
+namespace imge {
 namespace tool {
 
 std::vector<Op> ColourOps() {
@@ -51,3 +52,4 @@ std::vector<Op> ColourOps() {
 }
 
 }  // namespace tool
+}  // namespace imge

@@ -2,6 +2,7 @@
 // the pen (width, colour, dash style) given on the command line.
 #include "op_table.h"
 
+namespace imge {
 namespace tool {
 
 namespace {
@@ -87,3 +88,4 @@ std::vector<Op> DrawOps() {
 }
 
 }  // namespace tool
+}  // namespace imge

@@ -4,6 +4,7 @@
 
 #include "op_table.h"
 
+namespace imge {
 namespace tool {
 
 namespace {
@@ -96,3 +97,4 @@ std::vector<Op> FilterOps() {
 }
 
 }  // namespace tool
+}  // namespace imge

@@ -15,6 +15,7 @@
 #include "libtools.h"
 #include "op_table.h"
 
+namespace imge {
 namespace tool {
 
 namespace {
@@ -238,3 +239,4 @@ std::vector<Op> GeometryOps() {
 }
 
 }  // namespace tool
+}  // namespace imge

@@ -6,6 +6,7 @@
 #include "libtools.h"
 #include "op_table.h"
 
+namespace imge {
 namespace tool {
 
 namespace {
@@ -89,3 +90,4 @@ std::vector<Op> InfoOps() {
 }
 
 }  // namespace tool
+}  // namespace imge

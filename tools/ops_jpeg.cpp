@@ -13,6 +13,7 @@
 #include "libtools.h"
 #include "op_table.h"
 
+namespace imge {
 namespace tool {
 
 namespace {
@@ -219,3 +220,4 @@ std::vector<Op> JpegOps() {
 }
 
 }  // namespace tool
+}  // namespace imge

@@ -3,6 +3,7 @@
 
 #include "op_table.h"
 
+namespace imge {
 namespace tool {
 
 namespace {
@@ -52,3 +53,4 @@ std::vector<Op> LutOps() {
 }
 
 }  // namespace tool
+}  // namespace imge

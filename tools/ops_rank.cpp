@@ -1,6 +1,7 @@
 // Rank filters, Gaussian blur and drop shadow.
 #include "op_table.h"
 
+namespace imge {
 namespace tool {
 
 namespace {
@@ -44,3 +45,4 @@ std::vector<Op> RankOps() {
 }
 
 }  // namespace tool
+}  // namespace imge

@@ -5,6 +5,7 @@
 #include "op_table.h"
 #include "plot.h"
 
+namespace imge {
 namespace tool {
 
 namespace {
@@ -119,3 +120,4 @@ std::vector<Op> ToneOps() {
 }
 
 }  // namespace tool
+}  // namespace imge

@@ -7,6 +7,7 @@
 #include "libtools.h"
 #include "op_table.h"
 
+namespace imge {
 namespace tool {
 
 namespace {
@@ -87,3 +88,4 @@ Image HistogramPlot(const IMG_BITMAP &src) {
 }
 
 }  // namespace tool
+}  // namespace imge

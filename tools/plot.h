@@ -4,6 +4,7 @@
 
 #include "image.h"
 
+namespace imge {
 namespace tool {
 
 // Four panels, one under the other: luminance, red, green and blue, each
@@ -13,3 +14,4 @@ namespace tool {
 Image HistogramPlot(const IMG_BITMAP &b);
 
 }  // namespace tool
+}  // namespace imge

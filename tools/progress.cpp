@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <unistd.h>
 
+namespace imge {
 namespace tool {
 
 Progress::Progress(size_t total, bool quiet)
@@ -30,3 +31,4 @@ void Progress::Clear() {
 }
 
 }  // namespace tool
+}  // namespace imge

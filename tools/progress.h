@@ -4,6 +4,7 @@
 
 #include <string>
 
+namespace imge {
 namespace tool {
 
 class Progress {
@@ -21,3 +22,4 @@ class Progress {
 };
 
 }  // namespace tool
+}  // namespace imge

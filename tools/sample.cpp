@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <cstring>
 
+namespace imge {
 namespace tool {
 
 namespace {
@@ -168,3 +169,4 @@ Bytes MakeExifBlock(int orientation, const Bytes &thumbnail, int thumb_w, int th
 }
 
 }  // namespace tool
+}  // namespace imge

@@ -6,6 +6,7 @@
 #include "image.h"
 #include "io/image_io.h"
 
+namespace imge {
 namespace tool {
 
 // A deterministic landscape: sky gradient, sun, two mountain ridges, a
@@ -18,3 +19,4 @@ Image MakeSamplePhoto(int width, int height);
 Bytes MakeExifBlock(int orientation, const Bytes &thumbnail, int thumb_w, int thumb_h);
 
 }  // namespace tool
+}  // namespace imge

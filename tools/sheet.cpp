@@ -6,6 +6,7 @@
 #include "font.h"
 #include "libtools.h"
 
+namespace imge {
 namespace tool {
 
 namespace {
@@ -90,3 +91,4 @@ Image MakeContactSheet(const std::vector<SheetCell> &cells, const std::string &t
 }
 
 }  // namespace tool
+}  // namespace imge

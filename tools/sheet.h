@@ -6,6 +6,7 @@
 
 #include "image.h"
 
+namespace imge {
 namespace tool {
 
 struct SheetCell {
@@ -18,3 +19,4 @@ struct SheetCell {
 Image MakeContactSheet(const std::vector<SheetCell> &cells, const std::string &title);
 
 }  // namespace tool
+}  // namespace imge

@@ -5,6 +5,7 @@
 #include <cstddef>
 
 namespace imge {
+namespace blur {
 
 void MakeGaussWeights(int n, GaussWeights *w) {
     // The two-dimensional weight exp(-(r^2 + c^2) / 2 sigma^2) is the product
@@ -45,4 +46,5 @@ void GaussRowPlain(const GaussWeights &w, const uint8_t *const *slots, int bpp, 
     }
 }
 
+}  // namespace blur
 }  // namespace imge

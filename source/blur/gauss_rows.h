@@ -5,6 +5,7 @@
 #include <cstdint>
 
 namespace imge {
+namespace blur {
 
 // Separable single-precision pass: vertical weights v[k], then horizontal
 // weights h[j] (already divided by the weight sum); the result truncated.
@@ -22,4 +23,5 @@ void GaussRow(const GaussWeights &w, const uint8_t *const *slots, int bpp, int b
 void GaussRowPlain(const GaussWeights &w, const uint8_t *const *slots, int bpp, int begin, int end, float *scratch,
                    uint8_t *out);
 
+}  // namespace blur
 }  // namespace imge

@@ -10,8 +10,10 @@
 
 HWY_BEFORE_NAMESPACE();
 namespace imge {
+namespace blur {
 namespace HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
+using namespace ::imge::HWY_NAMESPACE;  // the shared byte helpers of core/
 
 void GaussRowVec(const GaussWeights &w, const uint8_t *const *slots, int bpp, int begin, int end,
                  float *HWY_RESTRICT scratch, uint8_t *HWY_RESTRICT out) {
@@ -56,11 +58,13 @@ void GaussRowVec(const GaussWeights &w, const uint8_t *const *slots, int bpp, in
 }
 
 }  // namespace HWY_NAMESPACE
+}  // namespace blur
 }  // namespace imge
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
 namespace imge {
+namespace blur {
 HWY_EXPORT(GaussRowVec);
 
 void GaussRow(const GaussWeights &w, const uint8_t *const *slots, int bpp, int begin, int end, float *scratch,
@@ -68,5 +72,6 @@ void GaussRow(const GaussWeights &w, const uint8_t *const *slots, int bpp, int b
     HWY_DYNAMIC_DISPATCH(GaussRowVec)(w, slots, bpp, begin, end, scratch, out);
 }
 
+}  // namespace blur
 }  // namespace imge
 #endif

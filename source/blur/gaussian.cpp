@@ -8,6 +8,7 @@
 #include "libformat.h"
 
 namespace imge {
+namespace blur {
 namespace {
 
 constexpr TLong kLargestGauss = 25;
@@ -33,13 +34,14 @@ private:
 };
 
 }  // namespace
+}  // namespace blur
 }  // namespace imge
 
 extern "C" {
 
 IMF_ERROR imfBlurGaussian(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, TLong filter_size) {
-    const bool ok = filter_size >= 2 && filter_size <= imge::kLargestGauss;
-    imge::GaussKernel kernel(ok ? static_cast<int>(filter_size) : 2);
+    const bool ok = filter_size >= 2 && filter_size <= imge::blur::kLargestGauss;
+    imge::blur::GaussKernel kernel(ok ? static_cast<int>(filter_size) : 2);
     return imge::RunRowFilter(src, dst, area, ok ? static_cast<int>(filter_size) : 1, ok, kernel);
 }
 

@@ -18,8 +18,8 @@ namespace {
 // layout asked for alpha gives its byte 0, and any selector other than
 // 0..3 acts as red.
 int ChannelPosition(TUlong type, TLong channel) {
-    imgrec::RgbOrder o;
-    if (!imgrec::RgbOrderOf(static_cast<unsigned>(type), &o)) o = {0, 1, 2, -1};
+    imge::records::RgbOrder o;
+    if (!imge::records::RgbOrderOf(static_cast<unsigned>(type), &o)) o = {0, 1, 2, -1};
     switch (channel) {
         case 1: return o.g;
         case 2: return o.b;
@@ -39,7 +39,7 @@ IMF_ERROR imfDesaturate(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area) 
     if (!(src->Type & IMF_TRUECOLORS)) return IMF_ERRBADBITMAP;
     const int bpp = src->BytesPerPixel;
     return imge::RunSeparate(src, dst, area, rect, [bpp](const TUbyte *in, TUbyte *out, TLong n) {
-        imge::DesaturateRow(in, out, n, bpp);
+        imge::colour::DesaturateRow(in, out, n, bpp);
     });
 }
 
@@ -62,7 +62,7 @@ IMF_ERROR imfExtractChannel(IMF_BITMAP *src, IMF_BITMAP *dst, TLong channel) {
                                                  : src->ColorMap->Red;
             for (TLong x = 0; x < src->Width; ++x) out[x] = plane[in[x]];
         } else {
-            imge::ExtractRow(in, out, src->Width, src->BytesPerPixel, ChannelPosition(src->Type, channel));
+            imge::colour::ExtractRow(in, out, src->Width, src->BytesPerPixel, ChannelPosition(src->Type, channel));
         }
     }
     imge::HandOver(src, dst, &grey);
@@ -93,7 +93,7 @@ IMF_ERROR imfSwapColors(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, 
         const IMF_COLORMAP *m = src->ColorMap;
         for (int i = 0; i < n; ++i) {
             TUbyte in[3] = {m->Red[i], m->Green[i], m->Blue[i]}, out[3];
-            imge::SwapPixelBytes(in, out, mode);
+            imge::colour::SwapPixelBytes(in, out, mode);
             fresh.ColorMap->Red[i] = out[0];
             fresh.ColorMap->Green[i] = out[1];
             fresh.ColorMap->Blue[i] = out[2];
@@ -103,7 +103,7 @@ IMF_ERROR imfSwapColors(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, 
     } else {
         const int bpp = src->BytesPerPixel;
         imge::ForEachSeparateRow(src, &fresh, rect, [bpp, mode](const TUbyte *in, TUbyte *out, TLong n) {
-            imge::SwapRow(in, out, n, bpp, static_cast<int>(mode));
+            imge::colour::SwapRow(in, out, n, bpp, static_cast<int>(mode));
         });
     }
     imge::HandOver(src, dst, &fresh);

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 namespace imge {
+namespace colour {
 
 void DesaturateRowPlain(const TUbyte *in, TUbyte *out, TLong n, int bpp) {
     for (TLong x = 0; x < n; ++x, in += bpp, out += bpp) {
@@ -36,4 +37,5 @@ void SwapRowPlain(const TUbyte *in, TUbyte *out, TLong n, int bpp, int mode) {
     }
 }
 
+}  // namespace colour
 }  // namespace imge

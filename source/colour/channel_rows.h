@@ -8,6 +8,7 @@
 #include "libimg.h"
 
 namespace imge {
+namespace colour {
 
 // Bytes 0..2 of each pixel become (min + max) >> 1 of them; byte 3 of a
 // 4-byte pixel is copied.
@@ -29,4 +30,5 @@ inline int SwapSource(int mode, int k) {
     return kFrom[mode][k];
 }
 
+}  // namespace colour
 }  // namespace imge

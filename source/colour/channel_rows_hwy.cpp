@@ -10,6 +10,7 @@
 
 HWY_BEFORE_NAMESPACE();
 namespace imge {
+namespace colour {
 namespace HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
 
@@ -92,11 +93,13 @@ void ExtractVec(const TUbyte *HWY_RESTRICT in, TUbyte *HWY_RESTRICT out, TLong n
 }
 
 }  // namespace HWY_NAMESPACE
+}  // namespace colour
 }  // namespace imge
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
 namespace imge {
+namespace colour {
 HWY_EXPORT(DesaturateVec);
 HWY_EXPORT(SwapVec);
 HWY_EXPORT(ExtractVec);
@@ -112,5 +115,6 @@ void DesaturateRow(const TUbyte *in, TUbyte *out, TLong n, int bpp) {
 void SwapRow(const TUbyte *in, TUbyte *out, TLong n, int bpp, int mode) {
     HWY_DYNAMIC_DISPATCH(SwapVec)(in, out, n, bpp, mode);
 }
+}  // namespace colour
 }  // namespace imge
 #endif

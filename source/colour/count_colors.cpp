@@ -123,7 +123,7 @@ TUlong imfGetCountColors(const IMF_BITMAP *bitmap, TLong limit) {
 TUlong imgGetNumberOfColorsUsed(const IMG_BITMAP *bitmap) {
     if (!bitmap) return kNoMemory;
     IMF_BITMAP local;
-    imgrec::ToImf(&local, bitmap);
+    imge::records::ToImf(&local, bitmap);
     return imfGetCountColors(&local, -1);
 }
 

@@ -11,6 +11,7 @@
 #include "libimge.h"
 
 namespace imge {
+namespace colour {
 
 void rgb2hls(double r, double g, double b, double *h, double *l, double *s) {
     // Channels are never NaN: plain comparisons give what fmax and fmin give.
@@ -84,6 +85,7 @@ void AdjustHlsPixel(unsigned char r, unsigned char g, unsigned char b, const Hls
     out[2] = ToByte(bb);
 }
 
+}  // namespace colour
 }  // namespace imge
 
 namespace {
@@ -105,19 +107,19 @@ extern "C" {
 IMG_ERROR imgAdjustHLS(IMG_BITMAP *src, IMG_BITMAP **bdst, IMG_INT32 h_increment,
                        IMG_INT32 l_increment, IMG_INT32 s_increment) {
     IMG_BITMAP *work = nullptr;
-    imge::RgbPositions pos;
-    IMG_ERROR rc = imge::BeginPublicTrueColour(src, bdst, &work, &pos);
+    imge::colour::RgbPositions pos;
+    IMG_ERROR rc = imge::colour::BeginPublicTrueColour(src, bdst, &work, &pos);
     if (rc != IMG_NO_ERROR) return rc;
-    const imge::HlsIncrements inc{h_increment, l_increment, s_increment, h_increment * 3.6,
+    const imge::colour::HlsIncrements inc{h_increment, l_increment, s_increment, h_increment * 3.6,
                                   l_increment / 100.0, s_increment / 100.0};
     const int bpp = work->BytesPerPixel;
     // Vectors whenever the hue reaches its range in a few turns.
     constexpr IMG_INT32 kVectorHueLimit = 1000;  // at most about a dozen turns
-    if (imge::HlsRowsInVectors() && h_increment >= -kVectorHueLimit && h_increment <= kVectorHueLimit) {
+    if (imge::colour::HlsRowsInVectors() && h_increment >= -kVectorHueLimit && h_increment <= kVectorHueLimit) {
         double unit[256];
         for (int v = 0; v < 256; ++v) unit[v] = v / 255.0;
         for (IMG_INT32 y = 0; y < work->Height; ++y)
-            imge::AdjustHlsRow(work->Data + static_cast<long long>(y) * work->BytesPerLine, work->Width, bpp, pos.r,
+            imge::colour::AdjustHlsRow(work->Data + static_cast<long long>(y) * work->BytesPerLine, work->Width, bpp, pos.r,
                                pos.g, pos.b, inc, unit);
         return IMG_NO_ERROR;
     }
@@ -131,7 +133,7 @@ IMG_ERROR imgAdjustHLS(IMG_BITMAP *src, IMG_BITMAP **bdst, IMG_INT32 h_increment
             if (cached) {
                 uint64_t &entry = cache.slot[HlsCache::Slot(c)];
                 if (static_cast<uint32_t>(entry) != c + 1) {
-                    imge::AdjustHlsPixel(p[pos.r], p[pos.g], p[pos.b], inc, out);
+                    imge::colour::AdjustHlsPixel(p[pos.r], p[pos.g], p[pos.b], inc, out);
                     const uint32_t v = uint32_t{out[0]} | uint32_t{out[1]} << 8 | uint32_t{out[2]} << 16;
                     entry = (c + 1) | uint64_t{v} << 32;
                 }
@@ -140,7 +142,7 @@ IMG_ERROR imgAdjustHLS(IMG_BITMAP *src, IMG_BITMAP **bdst, IMG_INT32 h_increment
                 out[1] = static_cast<unsigned char>(v >> 8);
                 out[2] = static_cast<unsigned char>(v >> 16);
             } else {
-                imge::AdjustHlsPixel(p[pos.r], p[pos.g], p[pos.b], inc, out);
+                imge::colour::AdjustHlsPixel(p[pos.r], p[pos.g], p[pos.b], inc, out);
             }
             p[pos.r] = out[0];
             p[pos.g] = out[1];

@@ -3,6 +3,7 @@
 #pragma once
 
 namespace imge {
+namespace colour {
 
 void rgb2hls(double r, double g, double b, double *h, double *l, double *s);
 double hls_value(double n1, double n2, double hue);
@@ -29,4 +30,5 @@ bool HlsRowsInVectors();
 void AdjustHlsRow(unsigned char *p, int n, int bpp, int ir, int ig, int ib, const HlsIncrements &inc,
                   const double unit[256]);
 
+}  // namespace colour
 }  // namespace imge

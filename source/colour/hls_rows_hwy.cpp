@@ -11,6 +11,7 @@
 
 HWY_BEFORE_NAMESPACE();
 namespace imge {
+namespace colour {
 namespace HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
 
@@ -182,11 +183,13 @@ void AdjustHlsRowVec(unsigned char *p, int n, int bpp, int ir, int ig, int ib, c
 }
 
 }  // namespace HWY_NAMESPACE
+}  // namespace colour
 }  // namespace imge
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
 namespace imge {
+namespace colour {
 HWY_EXPORT(AdjustHlsRowVec);
 HWY_EXPORT(InVectors);
 
@@ -196,5 +199,6 @@ void AdjustHlsRow(unsigned char *p, int n, int bpp, int ir, int ig, int ib, cons
                   const double unit[256]) {
     HWY_DYNAMIC_DISPATCH(AdjustHlsRowVec)(p, n, bpp, ir, ig, ib, inc, unit);
 }
+}  // namespace colour
 }  // namespace imge
 #endif

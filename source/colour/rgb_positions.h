@@ -6,14 +6,15 @@
 #include "records/pixel_types.h"
 
 namespace imge {
+namespace colour {
 
 struct RgbPositions { int r, g, b; };
 
 // False for types without a true-colour flag.
 inline bool PublicRgbPositions(IMG_BITMAP_TYPE type, RgbPositions *p) {
-    imgrec::RgbOrder o;
+    imge::records::RgbOrder o;
     if (type == IMG_CMYK) o = {0, 1, 2, -1};
-    else if (!imgrec::RgbOrderOf(static_cast<unsigned>(type), &o)) return false;
+    else if (!imge::records::RgbOrderOf(static_cast<unsigned>(type), &o)) return false;
     *p = {o.r, o.g, o.b};
     return true;
 }
@@ -26,4 +27,5 @@ inline bool PublicRgbPositions(IMG_BITMAP_TYPE type, RgbPositions *p) {
 IMG_ERROR BeginPublicTrueColour(IMG_BITMAP *src, IMG_BITMAP **bdst, IMG_BITMAP **work,
                                 RgbPositions *pos);
 
+}  // namespace colour
 }  // namespace imge

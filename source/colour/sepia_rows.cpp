@@ -2,6 +2,7 @@
 #include "colour/sepia_rows.h"
 
 namespace imge {
+namespace colour {
 
 namespace {
 inline IMG_UINT8 AtMost255(int v) { return static_cast<IMG_UINT8>(v > 255 ? 255 : v); }
@@ -34,4 +35,5 @@ void SepiaRowPlain(IMG_UINT8 *p, IMG_INT32 n, int bpp, const RgbPositions &pos, 
     }
 }
 
+}  // namespace colour
 }  // namespace imge

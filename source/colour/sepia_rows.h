@@ -6,6 +6,7 @@
 #include "libimg.h"
 
 namespace imge {
+namespace colour {
 
 struct SepiaTone {
     enum Kind {
@@ -22,4 +23,5 @@ struct SepiaTone {
 void SepiaRow(IMG_UINT8 *p, IMG_INT32 n, int bpp, const RgbPositions &pos, const SepiaTone &t);
 void SepiaRowPlain(IMG_UINT8 *p, IMG_INT32 n, int bpp, const RgbPositions &pos, const SepiaTone &t);
 
+}  // namespace colour
 }  // namespace imge

@@ -12,8 +12,10 @@
 
 HWY_BEFORE_NAMESPACE();
 namespace imge {
+namespace colour {
 namespace HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
+using namespace ::imge::HWY_NAMESPACE;  // the shared byte helpers of core/
 
 #if HWY_TARGET != HWY_SCALAR  // one lane: the plain loop does it
 
@@ -112,16 +114,19 @@ void SepiaRowVec(IMG_UINT8 *p, IMG_INT32 n, int bpp, const RgbPositions &pos, co
 }
 
 }  // namespace HWY_NAMESPACE
+}  // namespace colour
 }  // namespace imge
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
 namespace imge {
+namespace colour {
 HWY_EXPORT(SepiaRowVec);
 
 void SepiaRow(IMG_UINT8 *p, IMG_INT32 n, int bpp, const RgbPositions &pos, const SepiaTone &t) {
     HWY_DYNAMIC_DISPATCH(SepiaRowVec)(p, n, bpp, pos, t);
 }
 
+}  // namespace colour
 }  // namespace imge
 #endif

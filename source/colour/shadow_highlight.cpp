@@ -21,18 +21,18 @@ void StretchTable(long long base, long long divisor, TUbyte table[256]) {
 }
 
 // Pixels of any other size: bytes 0..2 in place.
-void StretchWide(TUbyte *p, TLong n, int bpp, const imge::StretchTables &t) {
+void StretchWide(TUbyte *p, TLong n, int bpp, const imge::colour::StretchTables &t) {
     for (TLong x = 0; x < n; ++x, p += bpp) {
         const int luma = COLOR2GREY(p[0], p[1], p[2]);
-        if (luma > imge::kShadowTop && luma < imge::kHighlightBottom) continue;
-        const TUbyte *table = luma <= imge::kShadowTop ? t.dark : t.bright;
+        if (luma > imge::colour::kShadowTop && luma < imge::colour::kHighlightBottom) continue;
+        const TUbyte *table = luma <= imge::colour::kShadowTop ? t.dark : t.bright;
         for (int k = 0; k < 3; ++k) p[k] = table[p[k]];
     }
 }
 
 // The destination's rows are written in one pass: bytes outside the
 // rectangle copied, the rectangle stretched straight from the source.
-void StretchInto(const IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT &r, const imge::StretchTables &t) {
+void StretchInto(const IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT &r, const imge::colour::StretchTables &t) {
     const long long line = src->BytesPerLine, bpp = src->BytesPerPixel;
     const long long left = r.left * bpp, width = r.width * bpp;
     if (r.top > 0) std::memcpy(dst->Data, src->Data, static_cast<std::size_t>(line * r.top));
@@ -40,7 +40,7 @@ void StretchInto(const IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT &r, cons
         const TUbyte *in = src->Data + y * line;
         TUbyte *out = dst->Data + y * line;
         std::memcpy(out, in, static_cast<std::size_t>(left));
-        imge::StretchRow(in + left, out + left, r.width, static_cast<int>(bpp), t);
+        imge::colour::StretchRow(in + left, out + left, r.width, static_cast<int>(bpp), t);
         std::memcpy(out + left + width, in + left + width, static_cast<std::size_t>(line - left - width));
     }
     const long long below = static_cast<long long>(r.top) + r.height;
@@ -62,7 +62,7 @@ IMF_ERROR imfAdjustShadowHighlight(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_R
     // never zero.
     const long long s = (static_cast<long long>(shadow) * 30) / 100;
     const long long h = static_cast<long long>(highlight) / 2;
-    imge::StretchTables t;
+    imge::colour::StretchTables t;
     StretchTable(s, 255 - 2 * s, t.dark);
     StretchTable(h, 255 - 2 * h, t.bright);
 
@@ -87,12 +87,12 @@ IMF_ERROR imfAdjustShadowHighlight(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_R
     // Grey: each byte by its own value, through one table.
     TUbyte grey[256];
     for (int c = 0; c < 256; ++c)
-        grey[c] = c <= imge::kShadowTop ? t.dark[c] : c >= imge::kHighlightBottom ? t.bright[c] : static_cast<TUbyte>(c);
+        grey[c] = c <= imge::colour::kShadowTop ? t.dark[c] : c >= imge::colour::kHighlightBottom ? t.bright[c] : static_cast<TUbyte>(c);
     for (TLong y = r.top; y < r.top + r.height; ++y) {
         TUbyte *p = target->Data + static_cast<long long>(y) * target->BytesPerLine +
                     static_cast<long long>(r.left) * bpp;
         if (bpp < 3) imge::LutBytesOne(p, static_cast<std::size_t>(r.width) * bpp, grey);
-        else if (bpp <= 4) imge::StretchRow(p, p, r.width, bpp, t);
+        else if (bpp <= 4) imge::colour::StretchRow(p, p, r.width, bpp, t);
         else StretchWide(p, r.width, bpp, t);
     }
     return IMF_NOERROR;

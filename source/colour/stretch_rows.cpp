@@ -2,6 +2,7 @@
 #include "colour/stretch_rows.h"
 
 namespace imge {
+namespace colour {
 
 namespace {
 template <int Bpp>
@@ -23,4 +24,5 @@ void StretchRowPlain(const TUbyte *in, TUbyte *out, TLong n, int bpp, const Stre
     else StretchPixels<4>(in, out, n, t);
 }
 
+}  // namespace colour
 }  // namespace imge

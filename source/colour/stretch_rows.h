@@ -7,6 +7,7 @@
 #include "libimg.h"
 
 namespace imge {
+namespace colour {
 
 constexpr int kShadowTop = 79;         // luminance up to here: shadow
 constexpr int kHighlightBottom = 177;  // from here: highlight
@@ -24,4 +25,5 @@ struct StretchTables {
 void StretchRow(const TUbyte *in, TUbyte *out, TLong n, int bpp, const StretchTables &t);
 void StretchRowPlain(const TUbyte *in, TUbyte *out, TLong n, int bpp, const StretchTables &t);
 
+}  // namespace colour
 }  // namespace imge

@@ -13,8 +13,10 @@
 
 HWY_BEFORE_NAMESPACE();
 namespace imge {
+namespace colour {
 namespace HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
+using namespace ::imge::HWY_NAMESPACE;  // the shared byte helpers of core/
 
 template <class D, class M, class V>
 HWY_INLINE V StretchPlane(D d, const Table256 &dark_table, const Table256 &bright_table, M dark, bool any_dark,
@@ -61,16 +63,19 @@ void StretchRowVec(const TUbyte *in, TUbyte *out, TLong n, int bpp, const Stretc
 }
 
 }  // namespace HWY_NAMESPACE
+}  // namespace colour
 }  // namespace imge
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
 namespace imge {
+namespace colour {
 HWY_EXPORT(StretchRowVec);
 
 void StretchRow(const TUbyte *in, TUbyte *out, TLong n, int bpp, const StretchTables &t) {
     HWY_DYNAMIC_DISPATCH(StretchRowVec)(in, out, n, bpp, t);
 }
 
+}  // namespace colour
 }  // namespace imge
 #endif

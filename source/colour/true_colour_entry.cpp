@@ -4,6 +4,7 @@
 #include "libtools.h"
 
 namespace imge {
+namespace colour {
 
 IMG_ERROR BeginPublicTrueColour(IMG_BITMAP *src, IMG_BITMAP **bdst, IMG_BITMAP **work,
                                 RgbPositions *pos) {
@@ -13,7 +14,7 @@ IMG_ERROR BeginPublicTrueColour(IMG_BITMAP *src, IMG_BITMAP **bdst, IMG_BITMAP *
     // The record check every other operation makes: sizes, pixel size of the
     // type, rows long enough for their pixels, pixels present.
     IMF_BITMAP record;
-    imgrec::ToImf(&record, src);
+    imge::records::ToImf(&record, src);
     if (!BitmapIsValid(&record)) return IMG_ERROR_BAD_PARAMETERS;
     if (!bdst) {
         *work = src;
@@ -26,4 +27,5 @@ IMG_ERROR BeginPublicTrueColour(IMG_BITMAP *src, IMG_BITMAP **bdst, IMG_BITMAP *
     return IMG_NO_ERROR;
 }
 
+}  // namespace colour
 }  // namespace imge

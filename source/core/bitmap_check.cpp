@@ -7,7 +7,7 @@
 
 namespace imge {
 
-bool BitmapIsValid(const IMF_BITMAP *b) { return imgrec::RecordIsValid(b); }
+bool BitmapIsValid(const IMF_BITMAP *b) { return imge::records::RecordIsValid(b); }
 
 int PaletteEntries(const IMF_BITMAP *b) {
     int n = b->ColorUsed;

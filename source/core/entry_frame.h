@@ -30,19 +30,19 @@ IMG_ERROR Framed(IMG_BITMAP *src, IMG_BITMAP **dst, Op op) {
     if (dst && *dst != src) {
         *dst = static_cast<IMG_BITMAP *>(imgMemoryAlloc(sizeof(IMG_BITMAP)));
         if (!*dst) return IMG_ERROR_NO_MEMORY;
-        imgrec::ToImf(&s, src);
+        imge::records::ToImf(&s, src);
         IMF_ERROR rc = op(&s, &d);
         if (rc != IMF_NOERROR) {
             imgMemoryFree(*dst);
             *dst = nullptr;
             return rc == IMF_ERRMEMORY ? IMG_ERROR_NO_MEMORY : IMG_ERROR_BAD_PARAMETERS;
         }
-        imgrec::ToImg(*dst, &d);
+        imge::records::ToImg(*dst, &d);
         return IMG_NO_ERROR;
     }
-    imgrec::ToImf(&s, src);
+    imge::records::ToImf(&s, src);
     op(&s, static_cast<IMF_BITMAP *>(nullptr));
-    imgrec::ToImg(src, &s);
+    imge::records::ToImg(src, &s);
     return IMG_NO_ERROR;
 }
 

@@ -30,7 +30,7 @@ public:
         n_ = 0;
         if (n > static_cast<std::size_t>(-1) / sizeof(T)) return false;
         std::size_t bytes = n * sizeof(T);
-        p_ = static_cast<T *>(imgrec::AllocateBlock(bytes, zero));
+        p_ = static_cast<T *>(imge::records::AllocateBlock(bytes, zero));
         if (p_) n_ = n;
         return p_ != nullptr;
     }

@@ -27,7 +27,7 @@ IMF_ERROR NewResult(const IMF_BITMAP *src, IMF_BITMAP *out, const ResultLike &li
 }
 
 void CopyPixels(const IMF_BITMAP *src, IMF_BITMAP *dst) {
-    long long row = imgrec::RowBytes(src->Type, src->Width);
+    long long row = imge::records::RowBytes(src->Type, src->Width);
     if (row <= 0) return;
     if (src->BytesPerLine == dst->BytesPerLine) {
         std::memcpy(dst->Data, src->Data, static_cast<std::size_t>(src->BytesPerLine) * src->Height);

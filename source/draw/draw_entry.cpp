@@ -16,7 +16,7 @@ IMG_ERROR BeginDraw(IMG_BITMAP *src, IMG_BITMAP **bdst, IMG_UINT32 line_width, I
     // whatever the width.
     if (line_style >= kStyleCount) return IMG_ERROR_BAD_PARAMETERS;
     IMF_BITMAP check;
-    imgrec::ToImf(&check, src);
+    imge::records::ToImf(&check, src);
     if (!BitmapIsValid(&check)) return IMG_ERROR_BAD_PARAMETERS;
 
     out->style = line_width >= 2 ? IMG_UINT32{IMG_LINE_STYLE_SOLID} : line_style;

@@ -9,6 +9,7 @@
 #include "libformat.h"
 
 namespace imge {
+namespace filters {
 namespace {
 
 // The predefined kernels: nine coefficients row by row, divisor, bias.
@@ -106,9 +107,10 @@ void Ring3x3(LinearPlan *plan, int64_t corner, int64_t edge, int64_t centre) {
 int64_t BlurT(TLong p) { return ((100 - static_cast<int64_t>(p)) * 3175) / 100; }
 
 }  // namespace
+}  // namespace filters
 }  // namespace imge
 
-using imge::LinearPlan;
+using imge::filters::LinearPlan;
 
 extern "C" {
 
@@ -124,7 +126,7 @@ IMF_ERROR imfConvolve(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, co
         plan.divisor = filter->Divisor;
         plan.bias = filter->Bias;
     }
-    return imge::RunPlan(src, dst, area, n, ok, &plan);
+    return imge::filters::RunPlan(src, dst, area, n, ok, &plan);
 }
 
 // Indices outside 0..8 name no kernel: IMF_ERRBADPARAMS.
@@ -132,13 +134,13 @@ IMF_ERROR imfConvolveIndex(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *are
     const bool ok = index >= 0 && index <= 8;
     LinearPlan plan;
     if (ok) {
-        const int32_t *m = imge::Filter3x3List[index];
+        const int32_t *m = imge::filters::Filter3x3List[index];
         for (int k = 0; k < 3; ++k)
             for (int j = 0; j < 3; ++j) plan.Add(k, j, m[k * 3 + j]);
         plan.divisor = m[9];
         plan.bias = m[10];
     }
-    return imge::RunPlan(src, dst, area, 3, ok, &plan);
+    return imge::filters::RunPlan(src, dst, area, 3, ok, &plan);
 }
 
 IMF_ERROR imfEnhanceDetail(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area) {
@@ -171,7 +173,7 @@ IMF_ERROR imfEmbossMore(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area) 
 // the exact formula.
 IMF_ERROR imfSharpen(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, TLong percentage) {
     const int64_t p = percentage;
-    imge::SharpenKernel kernel(p, p == 100 ? 1 : 100 - p);
+    imge::filters::SharpenKernel kernel(p, p == 100 ? 1 : 100 - p);
     return imge::RunRowFilter(src, dst, area, 3, true, kernel);
 }
 
@@ -181,27 +183,27 @@ IMF_ERROR imfBlur(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, TLong 
     const bool ok = percentage <= 100;
     LinearPlan plan;
     if (ok) {
-        const int64_t t = imge::BlurT(percentage);
-        imge::Ring3x3(&plan, 100, 200, t + 25);
+        const int64_t t = imge::filters::BlurT(percentage);
+        imge::filters::Ring3x3(&plan, 100, 200, t + 25);
         plan.divisor = t + 1225;
     }
-    return imge::RunPlan(src, dst, area, 3, ok, &plan);
+    return imge::filters::RunPlan(src, dst, area, 3, ok, &plan);
 }
 
 IMF_ERROR imfSoften(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, TLong percentage) {
     const bool ok = percentage <= 100;
     LinearPlan plan;
     if (ok) {
-        const int64_t t = imge::BlurT(percentage);
-        imge::Ring3x3(&plan, 100, 100, t + 25);
+        const int64_t t = imge::filters::BlurT(percentage);
+        imge::filters::Ring3x3(&plan, 100, 100, t + 25);
         plan.divisor = t + 825;
     }
-    return imge::RunPlan(src, dst, area, 3, ok, &plan);
+    return imge::filters::RunPlan(src, dst, area, 3, ok, &plan);
 }
 
 IMF_ERROR imfAverage(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, TLong filter_size) {
     const bool ok = filter_size >= 2 && filter_size <= 15;
-    imge::BoxKernel kernel(ok ? filter_size : 2);
+    imge::filters::BoxKernel kernel(ok ? filter_size : 2);
     return imge::RunRowFilter(src, dst, area, ok ? filter_size : 2, ok, kernel);
 }
 
@@ -217,7 +219,7 @@ IMF_ERROR imfReduceNoise(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area)
     plan.Add(2, 0, -1);
     plan.Add(2, 4, -1);
     plan.divisor = 15;
-    return imge::RunPlan(src, dst, area, 5, true, &plan);
+    return imge::filters::RunPlan(src, dst, area, 5, true, &plan);
 }
 
 // Percentages above 100 (a zero divisor at 102 and 103, negative beyond)
@@ -227,10 +229,10 @@ IMF_ERROR imfEdge(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, TLong 
     LinearPlan plan;
     if (ok) {
         const int64_t t = ((100 - static_cast<int64_t>(percentage)) * 55) / 100;
-        imge::Ring3x3(&plan, -1, -1, t + 9);
+        imge::filters::Ring3x3(&plan, -1, -1, t + 9);
         plan.divisor = t + 1;
     }
-    return imge::RunPlan(src, dst, area, 3, ok, &plan);
+    return imge::filters::RunPlan(src, dst, area, 3, ok, &plan);
 }
 
 }  // extern "C"

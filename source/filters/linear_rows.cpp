@@ -4,6 +4,7 @@
 #include <initializer_list>
 
 namespace imge {
+namespace filters {
 namespace {
 
 inline uint8_t Clamp255(int64_t v) { return static_cast<uint8_t>(v < 0 ? 0 : (v > 255 ? 255 : v)); }
@@ -165,4 +166,5 @@ void BoxRow(const uint16_t *col, int n, int bpp, int begin, int end, uint64_t ma
     }
 }
 
+}  // namespace filters
 }  // namespace imge

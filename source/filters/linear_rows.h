@@ -9,6 +9,7 @@
 #include <cstdint>
 
 namespace imge {
+namespace filters {
 
 // A weighted sum of samples, a truncating division, an offset and a clamp
 // to 0..255:  v = (sum of w * s(k, j)) / divisor + bias.
@@ -124,4 +125,5 @@ constexpr int kBoxScratchLead = 8;
 void BoxRowFast(const uint16_t *col, int n, int bpp, int begin, int end, uint64_t magic, uint16_t *scratch,
                 uint8_t *out);
 
+}  // namespace filters
 }  // namespace imge

@@ -15,8 +15,10 @@
 
 HWY_BEFORE_NAMESPACE();
 namespace imge {
+namespace filters {
 namespace HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
+using namespace ::imge::HWY_NAMESPACE;  // the shared byte helpers of core/
 
 #if HWY_TARGET == HWY_SCALAR
 // One lane gains nothing: the plain path does the work.
@@ -289,11 +291,13 @@ void ColumnUpdateVec(uint16_t *HWY_RESTRICT col, const uint8_t *HWY_RESTRICT add
 }
 
 }  // namespace HWY_NAMESPACE
+}  // namespace filters
 }  // namespace imge
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
 namespace imge {
+namespace filters {
 HWY_EXPORT(LinearFloatVec);
 HWY_EXPORT(LinearShortVec);
 HWY_EXPORT(SharpenRowVec);
@@ -362,5 +366,6 @@ void ColumnUpdate(uint16_t *col, const uint8_t *add, const uint8_t *sub, std::si
     HWY_DYNAMIC_DISPATCH(ColumnUpdateVec)(col, add, sub, n);
 }
 
+}  // namespace filters
 }  // namespace imge
 #endif

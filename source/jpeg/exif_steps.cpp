@@ -11,7 +11,8 @@
 #include "jpeg/pipeline.h"
 #include "libtools.h"
 
-namespace jpeg_lossless {
+namespace imge {
+namespace jpeg {
 
 namespace {
 
@@ -31,14 +32,14 @@ bool IsApp1(jpeg_saved_marker_ptr m) { return m->marker == JPEG_APP0 + 1; }
 // The transform that puts a picture of this EXIF orientation upright.
 int TransformForOrientation(int orientation) {
     switch (orientation) {
-    case 2: return jx::kFlipH;
-    case 3: return jx::kRot180;
-    case 4: return jx::kFlipV;
-    case 5: return jx::kTranspose;
-    case 6: return jx::kRot90;
-    case 7: return jx::kTransverse;
-    case 8: return jx::kRot270;
-    default: return jx::kNone;  // 1, 0 and values above 8
+    case 2: return imge::jpeg::kFlipH;
+    case 3: return imge::jpeg::kRot180;
+    case 4: return imge::jpeg::kFlipV;
+    case 5: return imge::jpeg::kTranspose;
+    case 6: return imge::jpeg::kRot90;
+    case 7: return imge::jpeg::kTransverse;
+    case 8: return imge::jpeg::kRot270;
+    default: return imge::jpeg::kNone;  // 1, 0 and values above 8
     }
 }
 
@@ -101,7 +102,7 @@ int ApplyExifOrientation(j_decompress_ptr src, TUword code, TUlong flags, int tr
         if (!EXIFGetOrientation(&e, &orientation)) continue;
         if ((flags & IMF_LOSSLESS_USE_EXIF_ORIENT) != 0 && code >= IMF_LOSSLESS_TRANSFORM_ROTATE90 &&
             code <= IMF_LOSSLESS_TRANSFORM_ROTATE270) {
-            static const int kRotations[4] = {jx::kNone, jx::kRot90, jx::kRot180, jx::kRot270};
+            static const int kRotations[4] = {imge::jpeg::kNone, imge::jpeg::kRot90, imge::jpeg::kRot180, imge::jpeg::kRot270};
             transform = kRotations[(QuarterTurns(orientation) + code) % 4];
         }
         EXIFSetOrientation(&e, 1);
@@ -157,4 +158,5 @@ void TransformThumbnail(j_decompress_ptr src, int transform) {
     }
 }
 
-}  // namespace jpeg_lossless
+}  // namespace jpeg
+}  // namespace imge

@@ -4,7 +4,8 @@
 
 #include <jerror.h>
 
-namespace jx {
+namespace imge {
+namespace jpeg {
 
 bool SwapsAxes(int transform) {
     return transform == kTranspose || transform == kTransverse || transform == kRot90 || transform == kRot270;
@@ -158,4 +159,5 @@ jvirt_barray_ptr *AdjustParameters(j_decompress_ptr src, j_compress_ptr dst, jvi
     return o->workspace != nullptr ? o->workspace : src_coefs;
 }
 
-}  // namespace jx
+}  // namespace jpeg
+}  // namespace imge

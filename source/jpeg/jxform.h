@@ -19,15 +19,15 @@
 // the codec object's error manager (ERREXIT), like libjpeg's own. None of
 // these functions holds an object with a destructor, so an error manager
 // that longjmps out of them is safe.
-#ifndef IMGE_JPEG_JXFORM_H
-#define IMGE_JPEG_JXFORM_H
+#pragma once
 
 #include <cstddef>
 #include <cstdio>
 
 #include <jpeglib.h>
 
-namespace jx {
+namespace imge {
+namespace jpeg {
 
 // Transform codes (the numbering jpegtran's module uses).
 enum Transform {
@@ -97,6 +97,5 @@ bool IsExifApp1(const jpeg_saved_marker_ptr marker);
 // block it cannot follow is left alone.
 void SetExifDimensions(JOCTET *tiff, size_t length, JDIMENSION width, JDIMENSION height);
 
-}  // namespace jx
-
-#endif
+}  // namespace jpeg
+}  // namespace imge

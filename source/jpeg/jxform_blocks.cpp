@@ -10,7 +10,8 @@
 
 #include "jpeg/jxform.h"
 
-namespace jx {
+namespace imge {
+namespace jpeg {
 
 namespace {
 
@@ -168,4 +169,5 @@ void Execute(j_decompress_ptr src, j_compress_ptr dst, jvirt_barray_ptr *coefs, 
     }
 }
 
-}  // namespace jx
+}  // namespace jpeg
+}  // namespace imge

@@ -12,7 +12,8 @@
 #include "libimge.h"
 #include "libtools.h"
 
-namespace jpeg_lossless {
+namespace imge {
+namespace jpeg {
 
 namespace {
 
@@ -82,9 +83,10 @@ TWord RunToFile(const char *src, const char *dst, const Request &rq) {
     return SameFile(src, dst) ? RunThrough(src, dst, rq) : Run(src, dst, rq);
 }
 
-}  // namespace jpeg_lossless
+}  // namespace jpeg
+}  // namespace imge
 
-using jpeg_lossless::Request;
+using imge::jpeg::Request;
 
 extern "C" {
 
@@ -97,7 +99,7 @@ IMG_API TWord imfJpegLosslessTransform2(const char *src, const char *dst, TLong 
     rq.h = static_cast<TUlong>(h);
     rq.code = transform;
     rq.flags = flags;
-    return jpeg_lossless::RunToFile(src, dst, rq);
+    return imge::jpeg::RunToFile(src, dst, rq);
 }
 
 IMG_API TWord imfJpegLosslessTransformEx(const char *src, const char *dst, TUword transform, TUlong flags) {
@@ -114,7 +116,7 @@ IMG_API TWord imfJpegLosslessTransform(const char *filename, TUword transform, T
     Request rq;
     rq.code = transform;
     rq.flags = flags;
-    return jpeg_lossless::RunInPlace(filename, rq);
+    return imge::jpeg::RunInPlace(filename, rq);
 }
 
 IMG_API TWord imfJpegLosslessCrop(const char *filename, TLong x, TLong y, TLong w, TLong h, TUword trim) {
@@ -124,7 +126,7 @@ IMG_API TWord imfJpegLosslessCrop(const char *filename, TLong x, TLong y, TLong 
     rq.w = static_cast<TUlong>(w);
     rq.h = static_cast<TUlong>(h);
     rq.flags = trim ? IMF_LOSSLESS_TRIM : 0;
-    return jpeg_lossless::RunInPlace(filename, rq);
+    return imge::jpeg::RunInPlace(filename, rq);
 }
 
 IMG_API IMG_ERROR imgJpegLosslessTransform(const char *filename, IMG_LOSSLESS_TRANSFORM transform) {

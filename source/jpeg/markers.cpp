@@ -4,7 +4,8 @@
 
 #include <cstdint>
 
-namespace jx {
+namespace imge {
+namespace jpeg {
 
 namespace {
 
@@ -97,4 +98,5 @@ void SetExifDimensions(JOCTET *data, size_t length, JDIMENSION width, JDIMENSION
     }
 }
 
-}  // namespace jx
+}  // namespace jpeg
+}  // namespace imge

@@ -19,7 +19,8 @@
 
 #include "jpeg/jxform.h"
 
-namespace jpeg_lossless {
+namespace imge {
+namespace jpeg {
 
 namespace {
 
@@ -116,12 +117,12 @@ FILE *OpenDestination(const char *name, bool exclusive, mode_t mode, bool *creat
 
 int ModuleTransformForCode(TUword code) {
     switch (code) {
-    case IMF_LOSSLESS_TRANSFORM_ROTATE90: return jx::kRot90;
-    case IMF_LOSSLESS_TRANSFORM_ROTATE180: return jx::kRot180;
-    case IMF_LOSSLESS_TRANSFORM_ROTATE270: return jx::kRot270;
-    case IMF_LOSSLESS_TRANSFORM_VERTICAL_FLIP: return jx::kFlipV;
-    case IMF_LOSSLESS_TRANSFORM_HORIZONTAL_FLIP: return jx::kFlipH;
-    default: return jx::kNone;
+    case IMF_LOSSLESS_TRANSFORM_ROTATE90: return imge::jpeg::kRot90;
+    case IMF_LOSSLESS_TRANSFORM_ROTATE180: return imge::jpeg::kRot180;
+    case IMF_LOSSLESS_TRANSFORM_ROTATE270: return imge::jpeg::kRot270;
+    case IMF_LOSSLESS_TRANSFORM_VERTICAL_FLIP: return imge::jpeg::kFlipV;
+    case IMF_LOSSLESS_TRANSFORM_HORIZONTAL_FLIP: return imge::jpeg::kFlipH;
+    default: return imge::jpeg::kNone;
     }
 }
 
@@ -135,7 +136,7 @@ TWord Run(const char *src_name, const char *dst_name, const Request &rq, bool *c
     jpeg_compress_struct dst;
     ErrorManager err;
     ScanLimit scans{};
-    jx::Options opt;
+    imge::jpeg::Options opt;
     // Zeroed objects may be destroyed whether or not they were created.
     std::memset(&src, 0, sizeof src);
     std::memset(&dst, 0, sizeof dst);
@@ -195,7 +196,7 @@ TWord Run(const char *src_name, const char *dst_name, const Request &rq, bool *c
         return 0;
     }
     jpeg_stdio_src(&src, in);
-    jx::SaveMarkers(&src);
+    imge::jpeg::SaveMarkers(&src);
     jpeg_read_header(&src, TRUE);
     struct stat source_stat;
     if (fstat(fileno(in), &source_stat) != 0 ||
@@ -203,12 +204,12 @@ TWord Run(const char *src_name, const char *dst_name, const Request &rq, bool *c
         ERREXIT(&src, JERR_IMAGE_TOO_BIG);
     if (rq.module_transform < 0) {
         opt.transform = ApplyExifOrientation(&src, rq.code, rq.flags, opt.transform);
-        if (opt.transform != jx::kNone) TransformThumbnail(&src, opt.transform);
+        if (opt.transform != imge::jpeg::kNone) TransformThumbnail(&src, opt.transform);
     }
-    jx::RequestWorkspace(&src, &opt);
+    imge::jpeg::RequestWorkspace(&src, &opt);
     jvirt_barray_ptr *src_coefs = jpeg_read_coefficients(&src);
     jpeg_copy_critical_parameters(&src, &dst);
-    jvirt_barray_ptr *dst_coefs = jx::AdjustParameters(&src, &dst, src_coefs, &opt);
+    jvirt_barray_ptr *dst_coefs = imge::jpeg::AdjustParameters(&src, &dst, src_coefs, &opt);
     dst.optimize_coding = TRUE;
 
     // Stage 4: any other destination is opened only once the source is read.
@@ -221,8 +222,8 @@ TWord Run(const char *src_name, const char *dst_name, const Request &rq, bool *c
     }
     jpeg_stdio_dest(&dst, out);
     jpeg_write_coefficients(&dst, dst_coefs);
-    jx::WriteMarkers(&src, &dst);
-    jx::Execute(&src, &dst, src_coefs, &opt);
+    imge::jpeg::WriteMarkers(&src, &dst);
+    imge::jpeg::Execute(&src, &dst, src_coefs, &opt);
     jpeg_finish_compress(&dst);
     jpeg_destroy_compress(&dst);
     jpeg_finish_decompress(&src);
@@ -236,4 +237,5 @@ TWord Run(const char *src_name, const char *dst_name, const Request &rq, bool *c
     return CloseChecked(destination) ? 1 : 0;
 }
 
-}  // namespace jpeg_lossless
+}  // namespace jpeg
+}  // namespace imge

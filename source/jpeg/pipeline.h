@@ -1,8 +1,7 @@
 // The lossless transform pipeline behind the imfJpegLossless* functions:
 // one source file in, one destination file out, the EXIF orientation and
 // thumbnail kept consistent with the new geometry.
-#ifndef IMGE_JPEG_PIPELINE_H
-#define IMGE_JPEG_PIPELINE_H
+#pragma once
 
 #include <cstdio>
 
@@ -10,13 +9,14 @@
 
 #include "libformat.h"
 
-namespace jpeg_lossless {
+namespace imge {
+namespace jpeg {
 
 struct Request {
     TUlong x = 0, y = 0, w = 0, h = 0;  // crop when w and h are both non-zero
     TUword code = IMF_LOSSLESS_TRANSFORM_NONE;
     TUlong flags = 0;
-    // >= 0: this module transform (jx::Transform) instead of `code`, with no
+    // >= 0: this module transform (imge::jpeg::Transform) instead of `code`, with no
     // EXIF or thumbnail step. Used for thumbnails, which may need the two
     // diagonal transforms that the codes do not name.
     int module_transform = -1;
@@ -49,6 +49,5 @@ void TransformThumbnail(j_decompress_ptr src, int transform);
 TWord RunInPlace(const char *filename, const Request &request);
 TWord RunToFile(const char *src, const char *dst, const Request &request);
 
-}  // namespace jpeg_lossless
-
-#endif
+}  // namespace jpeg
+}  // namespace imge

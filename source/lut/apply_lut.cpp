@@ -11,7 +11,7 @@ IMF_ERROR imfApplyLut(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, co
     if (src->Type == IMF_BINARY) return IMF_ERRBADBITMAP;
     TUbyte local[256];
     std::memcpy(local, table, sizeof local);
-    return imge::ApplyLut(src, dst, area, local);
+    return imge::lut::ApplyLut(src, dst, area, local);
 }
 
 }  // extern "C"

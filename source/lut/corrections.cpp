@@ -29,7 +29,7 @@ IMF_ERROR LeaveUnchanged(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area)
     TUbyte identity[768];
     for (int k = 0; k < 3; ++k)
         for (int v = 0; v < 256; ++v) identity[256 * k + v] = static_cast<TUbyte>(v);
-    return imge::ApplyLutMore(src, dst, area, identity);
+    return imge::lut::ApplyLutMore(src, dst, area, identity);
 }
 
 // A one-channel bitmap (grey, colour-mapped) sends the same table to the
@@ -43,7 +43,7 @@ void CopyFirstTable(TUbyte tables[768], int channels) {
 // Applies the tables; on success a grey, colour-mapped (or binary-flagged)
 // target is declared to hold 256 levels.
 IMF_ERROR ApplyAndMark(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, const TUbyte tables[768]) {
-    IMF_ERROR rc = imge::ApplyLutMore(src, dst, area, tables);
+    IMF_ERROR rc = imge::lut::ApplyLutMore(src, dst, area, tables);
     if (rc != IMF_NOERROR) return rc;
     IMF_BITMAP *target = dst ? dst : src;
     if (target->Type & (IMF_BINARY | IMF_GREY | IMF_COLORS)) target->ColorUsed = 256;
@@ -100,7 +100,7 @@ IMF_ERROR Stretch(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, bool c
     if (IsEmpty(src)) return LeaveUnchanged(src, dst, area);
     TUlong hist[4 * 256];
     const int channels = Channels(src);
-    imge::CreateHistogram(src, hist, channels);
+    imge::lut::CreateHistogram(src, hist, channels);
     TUbyte tables[768];
     const long long t = PixelCount(src) / 1000;
     for (int k = 0; k < channels; ++k) {
@@ -123,7 +123,7 @@ IMF_ERROR imfEqualize(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area) {
     if (IsEmpty(src)) return LeaveUnchanged(src, dst, area);
     TUlong hist[4 * 256];
     const int channels = Channels(src);
-    imge::CreateHistogram(src, hist, channels);
+    imge::lut::CreateHistogram(src, hist, channels);
     TUbyte tables[768];
     for (int k = 0; k < channels; ++k) EqualizeTable(hist + 256 * k, tables + 256 * k);
     CopyFirstTable(tables, channels);
@@ -134,10 +134,10 @@ IMF_ERROR imfEqualizeOnLuminance(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_REC
     if (IMF_ERROR rc = Check(src)) return rc;
     if (IsEmpty(src)) return LeaveUnchanged(src, dst, area);
     TUlong hist[256];
-    imge::CountLuminance(src, hist);
+    imge::lut::CountLuminance(src, hist);
     TUbyte table[256];
     EqualizeTable(hist, table);
-    IMF_ERROR rc = imge::ApplyLut(src, dst, area, table);
+    IMF_ERROR rc = imge::lut::ApplyLut(src, dst, area, table);
     if (rc != IMF_NOERROR) return rc;
     IMF_BITMAP *target = dst ? dst : src;
     if (target->Type & (IMF_BINARY | IMF_GREY | IMF_COLORS)) target->ColorUsed = 256;
@@ -156,7 +156,7 @@ IMF_ERROR imfAutoContrast(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area
     if (IMF_ERROR rc = Check(src)) return rc;
     if (IsEmpty(src)) return LeaveUnchanged(src, dst, area);
     TUlong hist[256];
-    imge::CountLuminance(src, hist);
+    imge::lut::CountLuminance(src, hist);
     int lo = 255, hi = 0;
     ClippedRange(hist, PixelCount(src) / 1000, &lo, &hi);
     if (lo == hi) OccupiedRange(hist, &lo, &hi);

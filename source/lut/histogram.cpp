@@ -12,14 +12,15 @@
 #include "records/pixel_types.h"
 
 namespace imge {
+namespace lut {
 namespace {
 
 // Positions of R, G, B by type, for the exported histograms (CMYK and RGB:
 // 0, 1, 2).
 struct Rgb { int r, g, b; };
 Rgb RgbPositions(unsigned type) {
-    imgrec::RgbOrder o;
-    if (!imgrec::RgbOrderOf(type, &o)) return {0, 1, 2};
+    imge::records::RgbOrder o;
+    if (!imge::records::RgbOrderOf(type, &o)) return {0, 1, 2};
     return {o.r, o.g, o.b};
 }
 
@@ -214,6 +215,7 @@ void CountLuminance(const IMF_BITMAP *b, TUlong *hist) {
     }
 }
 
+}  // namespace lut
 }  // namespace imge
 
 extern "C" {
@@ -231,7 +233,7 @@ void imfCreateHistogramOnLuminance(const IMF_BITMAP *bitmap, TUlong hist[256]) {
         }
         return;
     }
-    imge::CountLuminance(bitmap, hist);
+    imge::lut::CountLuminance(bitmap, hist);
 }
 
 // 1-bit bitmaps (BitsPerComponent 1, or binary) get a single count at entry
@@ -244,11 +246,11 @@ void imfCreateAllHistogram(const IMF_BITMAP *bitmap, TUlong hist[4 * 256]) {
         for (int k = 0; k < 4; ++k) hist[256 * k] = 1;
         return;
     }
-    imge::CountLuminance(bitmap, hist);
+    imge::lut::CountLuminance(bitmap, hist);
     if (bitmap->BytesPerPixel <= 2) return;
-    const imge::Rgb o = imge::RgbPositions(bitmap->Type);
+    const imge::lut::Rgb o = imge::lut::RgbPositions(bitmap->Type);
     TUlong channels[4 * 256];
-    imge::CreateHistogram(bitmap, channels, bitmap->BytesPerPixel);
+    imge::lut::CreateHistogram(bitmap, channels, bitmap->BytesPerPixel);
     std::memcpy(hist + 256, channels + 256 * o.r, 256 * sizeof(TUlong));
     std::memcpy(hist + 512, channels + 256 * o.g, 256 * sizeof(TUlong));
     std::memcpy(hist + 768, channels + 256 * o.b, 256 * sizeof(TUlong));

@@ -4,6 +4,7 @@
 #include "libimg.h"
 
 namespace imge {
+namespace lut {
 
 // Clears hist[4 * 256] and counts byte k of every pixel in array k, for
 // k < BytesPerPixel and k < channels (the corrections never look at byte 3,
@@ -16,4 +17,5 @@ void CreateHistogram(const IMF_BITMAP *b, TUlong *hist, int channels = 4);
 // bitmap (not binary).
 void CountLuminance(const IMF_BITMAP *b, TUlong *hist);
 
+}  // namespace lut
 }  // namespace imge

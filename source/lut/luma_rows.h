@@ -5,6 +5,7 @@
 #include <cstdint>
 
 namespace imge {
+namespace lut {
 
 // out[i] = luminance of pixel i of the n pixels of bpp (3 or 4) bytes at p,
 // with red, green and blue at byte positions r, g, b. Vectors where the
@@ -14,4 +15,5 @@ void LumaRow(const uint8_t *p, std::size_t n, int bpp, int r, int g, int b, uint
 // The plain loop.
 void LumaRowPlain(const uint8_t *p, std::size_t n, int bpp, int r, int g, int b, uint8_t *out);
 
+}  // namespace lut
 }  // namespace imge

@@ -10,6 +10,7 @@
 
 HWY_BEFORE_NAMESPACE();
 namespace imge {
+namespace lut {
 namespace HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
 
@@ -49,16 +50,19 @@ void LumaRowVec(const uint8_t *HWY_RESTRICT p, std::size_t n, int bpp, int r, in
 }
 
 }  // namespace HWY_NAMESPACE
+}  // namespace lut
 }  // namespace imge
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
 namespace imge {
+namespace lut {
 HWY_EXPORT(LumaRowVec);
 
 void LumaRow(const uint8_t *p, std::size_t n, int bpp, int r, int g, int b, uint8_t *out) {
     HWY_DYNAMIC_DISPATCH(LumaRowVec)(p, n, bpp, r, g, b, out);
 }
 
+}  // namespace lut
 }  // namespace imge
 #endif

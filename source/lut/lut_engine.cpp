@@ -7,6 +7,7 @@
 #include "core/lut_rows.h"
 
 namespace imge {
+namespace lut {
 namespace {
 
 bool IsComplement(const TUbyte *t) {
@@ -105,4 +106,5 @@ IMF_ERROR ApplyLutMore(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, c
     return IMF_NOERROR;
 }
 
+}  // namespace lut
 }  // namespace imge

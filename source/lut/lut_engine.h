@@ -5,6 +5,7 @@
 #include "libimg.h"
 
 namespace imge {
+namespace lut {
 
 // One table for every component: palette entries of colour-mapped bitmaps,
 // bytes 0..2 of 4-byte pixels, every byte of other pixels. `table` may be
@@ -17,4 +18,5 @@ IMF_ERROR ApplyLutMore(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, c
 // Rewrites the table of a grey bitmap with `levels` grey levels (2..255).
 void RescaleGreyTable(TUbyte table[256], int levels);
 
+}  // namespace lut
 }  // namespace imge

@@ -47,7 +47,7 @@ IMF_ERROR imfNegate(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area) {
     }
     TUbyte table[256];
     for (int v = 0; v < 256; ++v) table[v] = static_cast<TUbyte>(255 - v);
-    return imge::ApplyLut(src, dst, area, table);
+    return imge::lut::ApplyLut(src, dst, area, table);
 }
 
 }  // extern "C"

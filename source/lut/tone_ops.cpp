@@ -20,73 +20,73 @@ extern "C" {
 IMF_ERROR imfBrightness(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, TLong brightness) {
     if (IMF_ERROR rc = Refuse(src)) return rc;
     TUbyte t[256];
-    imge::BrightnessTable(t, brightness);
-    return imge::ApplyLut(src, dst, area, t);
+    imge::lut::BrightnessTable(t, brightness);
+    return imge::lut::ApplyLut(src, dst, area, t);
 }
 
 IMF_ERROR imfContrast(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, TLong contrast) {
     if (IMF_ERROR rc = Refuse(src)) return rc;
-    if (!imge::ContrastIsValid(contrast)) return IMF_ERRBADPARAMS;
+    if (!imge::lut::ContrastIsValid(contrast)) return IMF_ERRBADPARAMS;
     TUbyte t[256];
-    imge::ContrastTable(t, contrast);
-    return imge::ApplyLut(src, dst, area, t);
+    imge::lut::ContrastTable(t, contrast);
+    return imge::lut::ApplyLut(src, dst, area, t);
 }
 
 IMF_ERROR imfGamma(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, double gamma) {
     if (IMF_ERROR rc = Refuse(src)) return rc;
-    if (!imge::GammaIsValid(gamma)) return IMF_ERRBADPARAMS;
+    if (!imge::lut::GammaIsValid(gamma)) return IMF_ERRBADPARAMS;
     TUbyte t[256];
-    imge::GammaTable(t, gamma);
-    return imge::ApplyLut(src, dst, area, t);
+    imge::lut::GammaTable(t, gamma);
+    return imge::lut::ApplyLut(src, dst, area, t);
 }
 
 IMF_ERROR imfLog(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area) {
     if (IMF_ERROR rc = Refuse(src)) return rc;
     TUbyte t[256];
-    imge::LogTable(t);
-    return imge::ApplyLut(src, dst, area, t);
+    imge::lut::LogTable(t);
+    return imge::lut::ApplyLut(src, dst, area, t);
 }
 
 IMF_ERROR imfLevels(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, TLong low, TLong high) {
     if (IMF_ERROR rc = Refuse(src)) return rc;
     TUbyte t[256];
-    imge::LevelsTable(t, low, high);
-    return imge::ApplyLut(src, dst, area, t);
+    imge::lut::LevelsTable(t, low, high);
+    return imge::lut::ApplyLut(src, dst, area, t);
 }
 
 IMF_ERROR imfPosterize(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, TLong levels) {
     if (IMF_ERROR rc = Refuse(src)) return rc;
-    if (!imge::PosterizeIsValid(levels)) return IMF_ERRBADPARAMS;
+    if (!imge::lut::PosterizeIsValid(levels)) return IMF_ERRBADPARAMS;
     TUbyte t[256];
-    imge::PosterizeTable(t, levels);
-    return imge::ApplyLut(src, dst, area, t);
+    imge::lut::PosterizeTable(t, levels);
+    return imge::lut::ApplyLut(src, dst, area, t);
 }
 
 IMF_ERROR imfSolarize(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, TLong threshold) {
     if (IMF_ERROR rc = Refuse(src)) return rc;
     TUbyte t[256];
-    imge::SolarizeTable(t, threshold);
-    return imge::ApplyLut(src, dst, area, t);
+    imge::lut::SolarizeTable(t, threshold);
+    return imge::lut::ApplyLut(src, dst, area, t);
 }
 
 IMF_ERROR imfAdjust(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, TLong brightness, TLong contrast,
                     double gamma) {
     if (IMF_ERROR rc = Refuse(src)) return rc;
-    if (!imge::ContrastIsValid(contrast) || !imge::GammaIsValid(gamma)) return IMF_ERRBADPARAMS;
+    if (!imge::lut::ContrastIsValid(contrast) || !imge::lut::GammaIsValid(gamma)) return IMF_ERRBADPARAMS;
     TUbyte t[256];
-    imge::AdjustTable(t, brightness, contrast, gamma);
-    return imge::ApplyLut(src, dst, area, t);
+    imge::lut::AdjustTable(t, brightness, contrast, gamma);
+    return imge::lut::ApplyLut(src, dst, area, t);
 }
 
 // With a contrast or gamma that imfAdjust refuses, the table is the identity
 // (the function has no way to report the refusal).
 void imfGetAdjustLut(TUbyte table[256], TLong brightness, TLong contrast, double gamma) {
     if (!table) return;
-    if (!imge::ContrastIsValid(contrast) || !imge::GammaIsValid(gamma)) {
+    if (!imge::lut::ContrastIsValid(contrast) || !imge::lut::GammaIsValid(gamma)) {
         for (int v = 0; v < 256; ++v) table[v] = static_cast<TUbyte>(v);
         return;
     }
-    imge::AdjustTable(table, brightness, contrast, gamma);
+    imge::lut::AdjustTable(table, brightness, contrast, gamma);
 }
 
 }  // extern "C"

@@ -16,6 +16,7 @@
 #include "lut/tone_tables.h"
 
 namespace imge {
+namespace lut {
 
 int conbright(unsigned value, TLong amount, unsigned max) {
     if (amount == 0) return static_cast<int>(value);
@@ -35,6 +36,7 @@ int gammasat(int reference, int value, double gamma) {
     return static_cast<int>(reference * std::pow(static_cast<double>(value) / reference, gamma));
 }
 
+}  // namespace lut
 }  // namespace imge
 
 namespace {
@@ -75,7 +77,7 @@ IMF_ERROR imfContraBrightness(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *
     IMF_RECT r;
     if (imfGetClippingRect(src, area, &r)) return IMF_ERRBADPARAMS;
     TUbyte table[256];
-    for (unsigned v = 0; v < 256; ++v) table[v] = static_cast<TUbyte>(imge::conbright(v, amount, 255));
+    for (unsigned v = 0; v < 256; ++v) table[v] = static_cast<TUbyte>(imge::lut::conbright(v, amount, 255));
     // The new bitmap is first a whole copy of the source (one streaming
     // copy), then the rectangle is mapped where it lies: faster than copying
     // and mapping row by row into fresh memory.
@@ -96,12 +98,12 @@ IMF_ERROR imfGammasat(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, do
     IMF_RECT r;
     if (imfGetClippingRect(src, area, &r)) return IMF_ERRBADPARAMS;
     if (!IsTrueColour(src)) return IMF_ERRBADBITMAP;
-    if (!imge::GammaIsValid(gamma)) return IMF_ERRBADPARAMS;
+    if (!imge::lut::GammaIsValid(gamma)) return IMF_ERRBADPARAMS;
     imge::Scratch<TUbyte> table(256 * 256);
     if (!table.ok()) return IMF_ERRMEMORY;
     for (int m = 0; m < 256; ++m)
         for (int v = 0; v < 256; ++v)
-            table[256 * m + v] = static_cast<TUbyte>(imge::gammasat(m, v, gamma));
+            table[256 * m + v] = static_cast<TUbyte>(imge::lut::gammasat(m, v, gamma));
     const TUbyte *t = table.get();
     if (src->BytesPerPixel == 4)
         return imge::RunSeparate(src, dst, area, r,

@@ -5,6 +5,7 @@
 #include "libimg.h"
 
 namespace imge {
+namespace lut {
 
 // `value` moved towards 2 * max / 2 (amount > 0) or 0 (amount < 0) by
 // min(|amount|, max) / max of the distance, limited to 0..max. |amount| is
@@ -16,4 +17,5 @@ int conbright(unsigned value, TLong amount, unsigned max);
 // trunc(reference * pow(value / reference, gamma)).
 int gammasat(int reference, int value, double gamma);
 
+}  // namespace lut
 }  // namespace imge

@@ -3,6 +3,7 @@
 #include <cmath>
 
 namespace imge {
+namespace lut {
 namespace {
 
 // Upper bound first, then the lower one.
@@ -79,4 +80,5 @@ void AdjustTable(TUbyte t[256], TLong b, TLong c, double g) {
     }
 }
 
+}  // namespace lut
 }  // namespace imge

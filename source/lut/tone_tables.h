@@ -6,6 +6,7 @@
 #include "libimg.h"
 
 namespace imge {
+namespace lut {
 
 // Parameter ranges the curves are defined on. Operations refuse anything
 // else with IMF_ERRBADPARAMS before touching the bitmap:
@@ -37,4 +38,5 @@ void AdjustTable(TUbyte t[256], TLong b, TLong c, double g);
 // One contrast step on a value 0..255 (the curve of ContrastTable).
 int ContrastOf(int v, TLong c);
 
+}  // namespace lut
 }  // namespace imge

@@ -11,6 +11,7 @@
 #include <cstdlib>
 
 namespace imge {
+namespace noise {
 
 // The additive feedback generator behind glibc's rand() (its default state
 // of 31 words): seeded by the minimal standard generator 16807 x mod 2^31 - 1,
@@ -80,4 +81,5 @@ inline bool FeedbackMatchesRand(unsigned seed) {
     return same;
 }
 
+}  // namespace noise
 }  // namespace imge

@@ -21,6 +21,7 @@
 #include "noise/draws.h"
 
 namespace imge {
+namespace noise {
 namespace {
 
 constexpr int kDrawValues = 32768;
@@ -168,6 +169,7 @@ void AddNoise(const IMF_BITMAP *src, IMF_BITMAP *fresh, const IMF_RECT &r, doubl
 }
 
 }  // namespace
+}  // namespace noise
 }  // namespace imge
 
 extern "C" {
@@ -185,12 +187,12 @@ IMF_ERROR imfNoise(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, doubl
     if (rc != IMF_NOERROR) return rc;
     if (src->ColorMap && fresh.ColorMap) std::memcpy(fresh.ColorMap, src->ColorMap, sizeof(IMF_COLORMAP));
     const unsigned seed = static_cast<unsigned>(std::time(nullptr));
-    if (imge::FeedbackMatchesRand(seed)) {
-        imge::FeedbackDraws draws(seed);
-        imge::AddNoise(src, &fresh, r, amount, type, draws);
+    if (imge::noise::FeedbackMatchesRand(seed)) {
+        imge::noise::FeedbackDraws draws(seed);
+        imge::noise::AddNoise(src, &fresh, r, amount, type, draws);
     } else {
-        imge::RandDraws draws;
-        imge::AddNoise(src, &fresh, r, amount, type, draws);
+        imge::noise::RandDraws draws;
+        imge::noise::AddNoise(src, &fresh, r, amount, type, draws);
     }
     imge::HandOver(src, dst, &fresh);
     return IMF_NOERROR;

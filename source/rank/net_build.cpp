@@ -3,6 +3,7 @@
 #include "rank/net_build.h"
 
 namespace imge {
+namespace rank {
 
 void BuildColumnSort(int n, NetProgram *p) { *p = net::ColumnSort(n); }
 void BuildBoxSelect(int n, NetProgram *p) { *p = net::BoxSelect(n); }
@@ -24,4 +25,5 @@ void RunNetPlain(const NetProgram &p, const uint8_t *const *rows, int bpp, std::
     }
 }
 
+}  // namespace rank
 }  // namespace imge

@@ -13,6 +13,7 @@
 #include "rank/rank_rows.h"
 
 namespace imge {
+namespace rank {
 namespace net {
 
 constexpr int kConst255 = -1;
@@ -181,4 +182,5 @@ constexpr NetProgram CrossSelect(int n) {
 }
 
 }  // namespace net
+}  // namespace rank
 }  // namespace imge

@@ -21,22 +21,22 @@ extern "C" {
 
 IMF_ERROR imfMinimum(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, TLong filter_size) {
     const bool ok = RankSizeOk(filter_size);
-    return Run(src, dst, area, filter_size, ok, imge::MinMaxKernel(false, ok ? filter_size : 2));
+    return Run(src, dst, area, filter_size, ok, imge::rank::MinMaxKernel(false, ok ? filter_size : 2));
 }
 
 IMF_ERROR imfMaximum(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, TLong filter_size) {
     const bool ok = RankSizeOk(filter_size);
-    return Run(src, dst, area, filter_size, ok, imge::MinMaxKernel(true, ok ? filter_size : 2));
+    return Run(src, dst, area, filter_size, ok, imge::rank::MinMaxKernel(true, ok ? filter_size : 2));
 }
 
 IMF_ERROR imfMedianBox(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, TLong filter_size) {
     const bool ok = RankSizeOk(filter_size);
-    return Run(src, dst, area, filter_size, ok, imge::MedianBoxKernel(ok ? filter_size : 2));
+    return Run(src, dst, area, filter_size, ok, imge::rank::MedianBoxKernel(ok ? filter_size : 2));
 }
 
 IMF_ERROR imfMedianCross(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, TLong filter_size) {
     const bool ok = RankSizeOk(filter_size);
-    return Run(src, dst, area, filter_size, ok, imge::MedianCrossKernel(ok ? filter_size : 2));
+    return Run(src, dst, area, filter_size, ok, imge::rank::MedianCrossKernel(ok ? filter_size : 2));
 }
 
 }  // extern "C"

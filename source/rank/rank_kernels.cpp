@@ -3,6 +3,7 @@
 #include <cstring>
 
 namespace imge {
+namespace rank {
 namespace {
 
 // Bytes of an edge-extended row of `width` pixels for side n.
@@ -87,4 +88,5 @@ void MedianCrossKernel::Row(const uint8_t *const *slots, int begin, int end, uin
     RunNet(net_[0], kNetCrossSelect, n_, in, bpp_, static_cast<std::size_t>(end - begin), &dst);
 }
 
+}  // namespace rank
 }  // namespace imge

@@ -12,6 +12,7 @@
 #include "rank/rank_rows.h"
 
 namespace imge {
+namespace rank {
 
 // From kBlockSide rows on, the vertical extreme runs down the columns in
 // blocks of n rows (van Herk / Gil-Werman): when a block fills the ring its
@@ -61,4 +62,5 @@ private:
     Scratch<NetProgram> net_;
 };
 
+}  // namespace rank
 }  // namespace imge

@@ -5,6 +5,7 @@
 #include "rank/rank_rows.h"
 
 namespace imge {
+namespace rank {
 
 void PickRowsPlain(bool is_max, const uint8_t *a, const uint8_t *b, uint8_t *dst, std::size_t len) {
     if (is_max)
@@ -78,4 +79,5 @@ void MedianHistogramRow(const uint8_t *const *slots, int n, int bpp, int begin, 
     }
 }
 
+}  // namespace rank
 }  // namespace imge

@@ -11,6 +11,7 @@
 #include <cstdint>
 
 namespace imge {
+namespace rank {
 
 // ---- Minimum / maximum: separable running extremes ----------------------------
 // Vertical extreme over the n rows, then the horizontal extreme of the n
@@ -78,4 +79,5 @@ void PickRowsPlain(bool is_max, const uint8_t *a, const uint8_t *b, uint8_t *dst
 void RunNetPlain(const NetProgram &p, const uint8_t *const *rows, int bpp, std::size_t begin, std::size_t count,
                   uint8_t *const *outs);
 
+}  // namespace rank
 }  // namespace imge

@@ -16,6 +16,7 @@
 #ifndef IMGE_RANK_FIXED_NETS
 #define IMGE_RANK_FIXED_NETS
 namespace imge {
+namespace rank {
 namespace nets {
 // The networks of every size, built by the compiler.
 template <int n>
@@ -28,11 +29,13 @@ struct Cross {
     static constexpr NetProgram kSelect = net::CrossSelect(n);
 };
 }  // namespace nets
+}  // namespace rank
 }  // namespace imge
 #endif
 
 HWY_BEFORE_NAMESPACE();
 namespace imge {
+namespace rank {
 namespace HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
 
@@ -214,11 +217,13 @@ std::size_t RunNetVec(int kind, int n, const uint8_t *const *rows, int bpp, std:
 }
 
 }  // namespace HWY_NAMESPACE
+}  // namespace rank
 }  // namespace imge
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
 namespace imge {
+namespace rank {
 HWY_EXPORT(MinMaxRowVec);
 HWY_EXPORT(PickRowsVec);
 HWY_EXPORT(RunNetVec);
@@ -238,5 +243,6 @@ void RunNet(const NetProgram &p, int kind, int n, const uint8_t *const *rows, in
     RunNetPlain(p, rows, bpp, done, count, outs);
 }
 
+}  // namespace rank
 }  // namespace imge
 #endif

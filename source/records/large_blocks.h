@@ -16,7 +16,8 @@
 #include <sys/mman.h>
 #endif
 
-namespace imgrec {
+namespace imge {
+namespace records {
 
 constexpr std::size_t kLargeBlock = std::size_t{2} << 20;
 
@@ -41,4 +42,5 @@ inline void *AllocateBlock(std::size_t bytes, bool zero) {
     return p;
 }
 
-}  // namespace imgrec
+}  // namespace records
+}  // namespace imge

@@ -3,7 +3,8 @@
 
 #include "libimg.h"
 
-namespace imgrec {
+namespace imge {
+namespace records {
 
 // Bytes per pixel of a type flag (binary counts 1), or 0 for an unknown type.
 inline int BytesPerPixelOf(unsigned type) {
@@ -62,4 +63,5 @@ inline bool RecordIsValid(const IMF_BITMAP *b) {
     return !ChainLoops(b->Metadata);
 }
 
-}  // namespace imgrec
+}  // namespace records
+}  // namespace imge

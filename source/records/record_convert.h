@@ -6,7 +6,8 @@
 
 #include "libimg.h"
 
-namespace imgrec {
+namespace imge {
+namespace records {
 
 // Public record -> processing record. The processing record is cleared first;
 // BitsPerComponent, ComponentsPerPixel, Xoffset and Yoffset stay 0.
@@ -52,4 +53,5 @@ inline void ToImg(IMG_BITMAP *img, const IMF_BITMAP *imf) {
     img->Name = imf->Name;
 }
 
-}  // namespace imgrec
+}  // namespace records
+}  // namespace imge

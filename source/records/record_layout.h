@@ -7,7 +7,8 @@
 
 #include "libimg.h"
 
-namespace imgrec {
+namespace imge {
+namespace records {
 
 constexpr std::size_t P = sizeof(void *);
 constexpr bool k64 = P == 8;
@@ -65,4 +66,5 @@ static_assert(offsetof(IMF_BITMAP, ColorMap) == (k64 ? 40u : 36u) &&
                   sizeof(IMF_BITMAP) == (k64 ? 88u : 64u),
               "IMF_BITMAP tail");
 
-}  // namespace imgrec
+}  // namespace records
+}  // namespace imge

@@ -129,7 +129,7 @@ IMG_BITMAP *Twin(const ImfCall &imf, const IMG_BITMAP &src, bool separate, IMF_E
     if (!clone) fuzz::Fail("imgCloneBitmap failed");
     IMF_BITMAP s, d;
     std::memset(&d, 0, sizeof d);
-    imgrec::ToImf(&s, clone);
+    imge::records::ToImf(&s, clone);
     *rc = imf(&s, separate ? &d : nullptr);
     if (*rc != IMF_NOERROR) {
         imgFreeBitmap(clone);
@@ -138,11 +138,11 @@ IMG_BITMAP *Twin(const ImfCall &imf, const IMG_BITMAP &src, bool separate, IMF_E
     if (separate) {
         auto *out = static_cast<IMG_BITMAP *>(imgMemoryAlloc(sizeof(IMG_BITMAP)));
         if (!out) fuzz::Fail("imgMemoryAlloc failed");
-        imgrec::ToImg(out, &d);
+        imge::records::ToImg(out, &d);
         imgFreeBitmap(clone);
         return out;
     }
-    imgrec::ToImg(clone, &s);
+    imge::records::ToImg(clone, &s);
     return clone;
 }
 
@@ -272,7 +272,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
             FUZZ_CHECK(imgGetNumberOfColorsUsed(nullptr) == 0xFFFFFFFFu);
             if (src.b->BitsPerComponent <= 8) {
                 IMF_BITMAP view;
-                imgrec::ToImf(&view, src.b);
+                imge::records::ToImf(&view, src.b);
                 FUZZ_CHECK(imgGetNumberOfColorsUsed(src.b) == imfGetCountColors(&view, -1));
             }
             break;

@@ -301,7 +301,7 @@ inline bool AllZero(const void *p, size_t n) {
 // geometry (row bytes only), or 256 when the geometry differs.
 inline int MaxByteDifference(const IMF_BITMAP &a, const IMF_BITMAP &b) {
     if (a.Type != b.Type || a.Width != b.Width || a.Height != b.Height) return 256;
-    const long long row = imgrec::RowBytes(a.Type, a.Width);
+    const long long row = imge::records::RowBytes(a.Type, a.Width);
     int worst = 0;
     for (int y = 0; y < a.Height; ++y)
         for (long long i = 0; i < row; ++i) {

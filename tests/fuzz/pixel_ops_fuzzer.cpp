@@ -94,36 +94,36 @@ bool GammaOk(double g) { return std::isfinite(g) && g > 0.0; }
 Op PickOp(fuzz::Input &in) {
     const int which = fuzz::Pinned(in.Range(0, 45), fuzz::Steer().op);
     switch (which) {
-        case 0: return Table("brightness", imfBrightness, in.Param(-300, 300), imge::BrightnessTable);
+        case 0: return Table("brightness", imfBrightness, in.Param(-300, 300), imge::lut::BrightnessTable);
         case 1: {
             const TLong c = in.Param(-127, 127);
-            return Table("contrast", imfContrast, c, imge::ContrastTable, c > -128 && c < 128);
+            return Table("contrast", imfContrast, c, imge::lut::ContrastTable, c > -128 && c < 128);
         }
         case 2: {
             const double g = in.Real(0.01, 8.0);
             return LutOp("gamma", GammaOk(g), [g](IMF_BITMAP *s, IMF_BITMAP *d, const IMF_RECT *a) { return imfGamma(s, d, a, g); },
-                         [g](TUbyte *t) { imge::GammaTable(t, g); });
+                         [g](TUbyte *t) { imge::lut::GammaTable(t, g); });
         }
         case 3:
             return LutOp("log", true, [](IMF_BITMAP *s, IMF_BITMAP *d, const IMF_RECT *a) { return imfLog(s, d, a); },
-                         [](TUbyte *t) { imge::LogTable(t); });
+                         [](TUbyte *t) { imge::lut::LogTable(t); });
         case 4: {
             const TLong lo = in.Param(0, 255), hi = in.Param(0, 255);
             return LutOp("levels", true,
                          [lo, hi](IMF_BITMAP *s, IMF_BITMAP *d, const IMF_RECT *a) { return imfLevels(s, d, a, lo, hi); },
-                         [lo, hi](TUbyte *t) { imge::LevelsTable(t, lo, hi); });
+                         [lo, hi](TUbyte *t) { imge::lut::LevelsTable(t, lo, hi); });
         }
         case 5: {
             const TLong n = in.Param(2, 256);
-            return Table("posterize", imfPosterize, n, imge::PosterizeTable, n >= 2 && n <= 256);
+            return Table("posterize", imfPosterize, n, imge::lut::PosterizeTable, n >= 2 && n <= 256);
         }
-        case 6: return Table("solarize", imfSolarize, in.Param(-1, 256), imge::SolarizeTable);
+        case 6: return Table("solarize", imfSolarize, in.Param(-1, 256), imge::lut::SolarizeTable);
         case 7: {
             const TLong b = in.Param(-300, 300), c = in.Param(-127, 127);
             const double g = in.Real(0.05, 5.0);
             return LutOp("adjust", c > -128 && c < 128 && GammaOk(g),
                          [b, c, g](IMF_BITMAP *s, IMF_BITMAP *d, const IMF_RECT *a) { return imfAdjust(s, d, a, b, c, g); },
-                         [b, c, g](TUbyte *t) { imge::AdjustTable(t, b, c, g); });
+                         [b, c, g](TUbyte *t) { imge::lut::AdjustTable(t, b, c, g); });
         }
         case 8:
             return Make("negate", kAll, true, imfNegate, [](const IMF_BITMAP &s, IMF_BITMAP *t, const IMF_RECT &r) {
@@ -351,7 +351,7 @@ void Damage(fuzz::Input &in, IMF_BITMAP *b) {
         case 1: b->Height = in.Coin() ? -1 : INT32_MIN; break;
         case 2: b->BytesPerPixel = static_cast<TUword>(b->BytesPerPixel + 1); break;
         case 3: b->Type = in.Coin() ? IMF_RGB16 : static_cast<TUword>(IMF_RGB | IMF_GREY); break;
-        case 4: b->BytesPerLine = static_cast<TLong>(imgrec::RowBytes(b->Type, b->Width)) - 1; break;
+        case 4: b->BytesPerLine = static_cast<TLong>(imge::records::RowBytes(b->Type, b->Width)) - 1; break;
         case 5: b->BitsPerComponent = 16; break;
         default:
             if (b->Width > 0 && b->Height > 0) b->Data = nullptr;
@@ -365,7 +365,7 @@ bool Damaged(const IMF_BITMAP &b, const IMF_BITMAP &orig) {
     // (an empty bitmap without pixels) is still a valid record.
     if (b.Width < 0 || b.Height < 0 || b.BytesPerLine < 0 || b.Type != orig.Type) return true;
     if (b.Type != IMF_BINARY && b.BytesPerPixel != orig.BytesPerPixel) return true;
-    if (b.Height > 0 && b.BytesPerLine < imgrec::RowBytes(b.Type, b.Width)) return true;
+    if (b.Height > 0 && b.BytesPerLine < imge::records::RowBytes(b.Type, b.Width)) return true;
     if (!b.Data && b.Width > 0 && b.Height > 0) return true;
     return false;
 }

@@ -173,7 +173,7 @@ void AutoContrast(const IMF_BITMAP &src, IMF_BITMAP *target, const IMF_RECT &rec
     long b, c;
     AutoContrastParameters(src, &b, &c);
     TUbyte table[256];
-    imge::AdjustTable(table, b, c, 1.0);
+    imge::lut::AdjustTable(table, b, c, 1.0);
     ApplyLut(src, target, rect, table);
 }
 

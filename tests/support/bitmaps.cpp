@@ -52,7 +52,7 @@ std::string Diff(const IMF_BITMAP &a, const IMF_BITMAP &b) {
             }
         }
     }
-    long long row = imgrec::RowBytes(a.Type, a.Width);
+    long long row = imge::records::RowBytes(a.Type, a.Width);
     for (int y = 0; y < a.Height; ++y) {
         const TUbyte *pa = a.Data + static_cast<long long>(y) * a.BytesPerLine;
         const TUbyte *pb = b.Data + static_cast<long long>(y) * b.BytesPerLine;

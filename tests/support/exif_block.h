@@ -1,7 +1,6 @@
 // Builds EXIF APP1 blocks ("Exif\0\0" + TIFF structure) for tests, in either
 // byte order, with an IFD0 orientation and an optional IFD1 thumbnail.
-#ifndef IMGE_TESTS_SUPPORT_EXIF_BLOCK_H
-#define IMGE_TESTS_SUPPORT_EXIF_BLOCK_H
+#pragma once
 
 #include <cstddef>
 #include <cstdint>
@@ -34,5 +33,3 @@ std::vector<uint8_t> MakeExifBlock(const ExifRecipe &recipe, ExifLayout *layout 
 std::vector<uint8_t> FakeJpeg(size_t size);
 
 }  // namespace testing_support
-
-#endif

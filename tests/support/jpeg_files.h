@@ -3,8 +3,7 @@
 // extra markers), files and folders that clean up after themselves, the
 // segments of a JPEG stream, and the command-line oracles (jpegtran,
 // exiftool) when they are installed.
-#ifndef IMGE_TESTS_SUPPORT_JPEG_FILES_H
-#define IMGE_TESTS_SUPPORT_JPEG_FILES_H
+#pragma once
 
 #include <cstdint>
 #include <string>
@@ -82,5 +81,3 @@ bool RunJpegtran(const std::string &options, const std::string &in, const std::s
 std::string RunOutput(const std::string &command);
 
 }  // namespace testing_support
-
-#endif

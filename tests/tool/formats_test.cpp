@@ -11,6 +11,7 @@
 #include "libtools.h"
 #include "sample.h"
 
+namespace imge {
 namespace tool {
 namespace {
 
@@ -226,3 +227,4 @@ TEST(ToolSample, PhotoIsDeterministicAndVaried) {
 
 }  // namespace
 }  // namespace tool
+}  // namespace imge

@@ -5,6 +5,7 @@
 #include "cli.h"
 #include "op_table.h"
 
+namespace imge {
 namespace tool {
 namespace {
 
@@ -177,3 +178,4 @@ TEST(ToolHelp, GeneratedFromTheRows) {
 
 }  // namespace
 }  // namespace tool
+}  // namespace imge

@@ -12,6 +12,7 @@
 
 #include "libtools.h"
 
+namespace imge {
 namespace tool {
 
 namespace {
@@ -173,3 +174,4 @@ Bytes Encode(const IMG_BITMAP &b, Format f, const SaveOptions &opt) {
 }
 
 }  // namespace tool
+}  // namespace imge

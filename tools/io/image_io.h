@@ -9,6 +9,7 @@
 
 #include "../image.h"
 
+namespace imge {
 namespace tool {
 
 enum class Format { Png, Jpeg, Pnm };
@@ -59,3 +60,4 @@ inline Bytes EncodeJpeg(const IMG_BITMAP &b, const SaveOptions &opt) { return En
 inline Bytes EncodePnm(const IMG_BITMAP &b) { return Encode(b, Format::Pnm); }
 
 }  // namespace tool
+}  // namespace imge
