@@ -56,11 +56,13 @@ struct Pic {
         std::memset(&img, 0, sizeof img);
         std::memset(&map, 0, sizeof map);
         py::array pal;
+        bool mapped = false;
         if (py::isinstance<py::tuple>(obj) || py::isinstance<py::list>(obj)) {
             py::sequence s = py::reinterpret_borrow<py::sequence>(obj);
             if (s.size() != 2) throw py::type_error("imge: a colour-mapped picture is a pair (indices, palette)");
             a = checked(s[0]);
             pal = checked(s[1]);
+            mapped = true;
             if (a.ndim() != 2) throw py::type_error("imge: colour-mapped indices are an H x W array");
             if (pal.ndim() != 2 || pal.shape(1) != 3 || pal.shape(0) < 1 || pal.shape(0) > 256)
                 throw py::type_error("imge: a palette is an N x 3 uint8 array, N in 1..256");
@@ -76,7 +78,7 @@ struct Pic {
         if (a.shape(0) < 1 || a.shape(1) < 1) throw py::type_error("imge: empty picture");
         if (a.shape(0) > INT32_MAX || a.shape(1) > INT32_MAX / 4 || a.strides(0) > INT32_MAX)
             throw py::type_error("imge: picture too large");
-        img.Type = pal ? IMG_COLORS : comps == 1 ? IMG_GREY : comps == 3 ? IMG_RGB : IMG_RGBA;
+        img.Type = mapped ? IMG_COLORS : comps == 1 ? IMG_GREY : comps == 3 ? IMG_RGB : IMG_RGBA;
         img.Origin = IMG_TOP_LEFT;
         img.Width = static_cast<IMG_INT32>(a.shape(1));
         img.Height = static_cast<IMG_INT32>(a.shape(0));
@@ -88,7 +90,7 @@ struct Pic {
         img.TransparentIndex = -1;
         img.ColorUsed = comps == 1 ? 256 : 0;  // grey: all 256 levels
         img.Data = static_cast<IMG_UINT8 *>(const_cast<void *>(a.data()));
-        if (pal) {
+        if (mapped) {
             const py::ssize_t n = pal.shape(0);
             for (py::ssize_t i = 0; i < n; ++i) {
                 const auto *p = static_cast<const uint8_t *>(pal.data(i, 0));
