@@ -42,11 +42,15 @@ def _sum(parts):
     return functools.reduce(np.add, parts)
 
 
+def _histogram(b):  # (the module's own functions do not pickle)
+    return imge.create_all_histogram(b)
+
+
 def histogram(darr):
     """imge.create_all_histogram of the whole dask array, lazily: the sum of
     the chunks' histograms (4 x 256 uint32: luminance, red, green, blue)."""
     import dask
-    parts = [dask.delayed(imge.create_all_histogram)(b) for b in darr.to_delayed().ravel()]
+    parts = [dask.delayed(_histogram)(b) for b in darr.to_delayed().ravel()]
     return dask.delayed(_sum)(parts)
 
 
@@ -109,7 +113,7 @@ def _tables(name, hist, comps, pixels):
     lo, hi = _range(h[0], pixels // 1000)  # automatic_contrast: adjust with these
     lo = 255 if lo is None else lo
     hi = 0 if hi is None else hi
-    return int(128 - (hi + lo) / 2), int((255 - (hi - lo)) / 2)
+    return 128 - (hi + lo) // 2, (255 - (hi - lo)) // 2   # both sums are >= 0 here
 
 
 def _apply_tables(name, b, t):
