@@ -13,8 +13,7 @@ import imge
 
 # Neighbourhood filters: the reach in pixels as a function of the arguments.
 # The overlap is taken symmetric and at least the whole window, which covers
-# the asymmetric reach of even sizes; edges repeat the border pixel, as
-# boundary "nearest" does.
+# the asymmetric reach of even sizes.
 _NEIGHBOURHOOD = {
     **{n: (lambda size, *_: int(size)) for n in
        ("gaussian_blur", "average", "minimum", "maximum", "median_box", "median_cross")},
@@ -136,7 +135,8 @@ def apply(darr, name, *args, **kwargs):
     """Runs imge.<name>(block, *args) over the chunks of a uint8 dask array
     (H x W, H x W x 3 or H x W x 4) with the same result as the single call on
     the whole picture, lazily:
-    - neighbourhood filters with map_overlap (edges repeat the border pixel);
+    - neighbourhood filters with map_overlap (the picture's edges repeat the
+      border pixel, as boundary="nearest" does);
     - point operations chunk by chunk (extract_channel drops the last axis);
     - equalize, equalize_on_luminance, normalize, automatic_levels and
       automatic_contrast in two passes: the histogram of all chunks, then its
@@ -167,7 +167,9 @@ def apply(darr, name, *args, **kwargs):
         depth = {0: r, 1: r}
         if darr.ndim == 3:
             depth[2] = 0
-        return darr.map_overlap(block, depth=depth, boundary="nearest", trim=True, dtype=np.uint8)
+        # The outer edges are left to the library, which repeats the border pixel
+        # exactly as boundary="nearest" would, without padding copies.
+        return darr.map_overlap(block, depth=depth, boundary="none", trim=True, dtype=np.uint8)
     if name in _TWO_PASS:
         if args or kwargs:
             raise TypeError(f"imge.{name} takes no parameters")
