@@ -121,5 +121,6 @@ def _peak():  # the highest resident size of this process, MB
     with open("/proc/self/status") as f:
         return next(int(x.split()[1]) >> 10 for x in f if x.startswith("VmHWM"))
 
+
 if __name__ == "__main__":
     main()

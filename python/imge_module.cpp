@@ -103,6 +103,11 @@ struct Pic {
             img.ColorMap = reinterpret_cast<IMG_COLORMAP *>(&map);
         }
     }
+    // Palette entries of a result: the library marks all 256 used after some
+    // corrections; the caller gets back as many as it gave.
+    int used(int result) const {
+        return img.Type == IMG_COLORS && img.ColorUsed < result ? img.ColorUsed : result;
+    }
     // The same bitmap as a processing record.
     IMF_BITMAP imf() const {
         IMF_BITMAP f;
@@ -175,7 +180,7 @@ template <class F> py::object run(py::object a, py::object out, F op) {
     }
     py::capsule owner(d, [](void *q) { imgFreeBitmap(static_cast<IMG_BITMAP *>(q)); });
     return deliver(view(d->Type, d->Width, d->Height, d->BytesPerLine, d->Origin, d->Data,
-                        reinterpret_cast<const IMF_COLORMAP *>(d->ColorMap), d->ColorUsed, owner), out);
+                        reinterpret_cast<const IMF_COLORMAP *>(d->ColorMap), p.used(d->ColorUsed), owner), out);
 }
 
 // The same for a processing-layer operation (op(src, dst) with dst a new record).
@@ -196,7 +201,7 @@ template <class F> py::object run_imf(py::object a, py::object out, F op) {
         delete static_cast<IMF_BITMAP *>(q);
     });
     return deliver(view(r->Type, r->Width, r->Height, r->BytesPerLine, r->Origin, r->Data, r->ColorMap,
-                        r->ColorUsed, owner), out);
+                        p.used(r->ColorUsed), owner), out);
 }
 
 // The processing area (left, top, width, height), or null for the whole picture.
