@@ -6,7 +6,6 @@ Run: PYTHONPATH=build/python /usr/bin/python3 bench/python_bench.py [--no-dask]
 import ctypes
 import glob
 import os
-import resource
 import sys
 import time
 
@@ -128,8 +127,8 @@ def main():
         same = same and (np.fromfile(dst, np.uint8).reshape(shape) == want).all()
     print(f"12000x9000 RGB gaussian_blur(7), chunks {CHUNK[:2]}: one call {t1:.2f} s; Dask, 2 workers: in memory "
           f"{t2:.2f} s ({t1 / t2:.2f}x), file to file {t3:.2f} s ({t1 / t3:.2f}x); equal: {same}; peak memory per "
-          f"worker file to file {list(peak.values())} MB (at start {list(start.values())} MB; picture {want.nbytes >> 20} MB); cv2.GaussianBlur "
-          f"{tcv:.2f} s")
+          f"worker file to file {list(peak.values())} MB (at start {list(start.values())} MB; picture "
+          f"{want.nbytes >> 20} MB); cv2.GaussianBlur {tcv:.2f} s")
 
 
 CHUNK = tuple(int(x) for x in os.environ.get("BENCH_CHUNK", "375,12000,3").split(","))

@@ -387,7 +387,8 @@ void bind_processing(py::module_ &m) {
           "file). transform: 0 none, 1 rotate 90, 2 rotate 180, 3 rotate 270, 4 vertical flip, 5 horizontal\n"
           "flip, 6 by the EXIF orientation. flags: 1 trim partial edge blocks, 2 rotate relative to the EXIF\n"
           "orientation (with 4), 4 read the EXIF orientation and reset it to 1. crop=(x, y, w, h) in pixels\n"
-          "of the transformed picture also crops (its corner moves to the block grid). Error when refused.",
+          "of the transformed picture also crops (its corner moves to the block grid). flags=7 in place is the\n"
+          "public layer's transform (imgJpegLosslessTransform). Error when refused.",
           "src"_a, "dst"_a, "transform"_a, "flags"_a = 0, "crop"_a = py::none());
     m.def("jpeg_lossless_crop", [](const std::string &src, py::object dst, int x, int y, int w, int h, bool trim) {
               TWord ok;
