@@ -424,14 +424,14 @@ class Error(ValueError):
     m.attr("Error") = g_error;
 
     OP0("negative", imgNegative, "Negative of every colour component.");
-    OP1("brightness", imgBrightness, "brightness", "Brightness shift, brightness in -100..100 (percent).");
-    OP1("contrast", imgContrast, "contrast", "Contrast change, contrast in -100..100 (percent).");
+    OP1("brightness", imgBrightness, "brightness", "Adds brightness to every component (any integer; results limited to 0..255).");
+    OP1("contrast", imgContrast, "contrast", "Contrast change, contrast in -127..127: above 0 stretches, below 0 compresses.");
     m.def("gamma", [](py::object a, double g, py::object out) { return run(a, out, [g](IMG_BITMAP *b, IMG_BITMAP **d) { return imgGamma(b, d, g); }); },
-          "Gamma correction, gamma in 0.01..10 (1 = unchanged).", "a"_a, "gamma"_a, OPT);
+          "Gamma correction v -> 255 (v / 255)^(1 / gamma), gamma finite and above 0 (1 = unchanged).", "a"_a, "gamma"_a, OPT);
     OP0("log_correction", imgLogCorrection, "Logarithmic tone correction.");
     m.def("adjust", [](py::object a, int br, int co, double g, py::object out) {
               return run(a, out, [=](IMG_BITMAP *b, IMG_BITMAP **d) { return imgAdjust(b, d, br, co, g); }); },
-          "Brightness (-100..100), contrast (-100..100) and gamma (0.01..10) in one pass.",
+          "Brightness (added, any integer), contrast (-127..127) and gamma (above 0, 1 = unchanged) in one pass.",
           "a"_a, "brightness"_a, "contrast"_a, "gamma"_a, OPT);
     OP0("normalize", imgNormalize, "Stretches the range of the picture to 0..255.");
     OP0("equalize", imgEqualize, "Histogram equalisation of each channel.");
@@ -441,7 +441,7 @@ class Error(ValueError):
     m.def("balance", [](py::object a, std::vector<int> c, py::object out) {
               IMG_COLOR k = color(c);
               return run(a, out, [k](IMG_BITMAP *b, IMG_BITMAP **d) { return imgBalance(b, d, &k); }); },
-          "Colour balance towards colour (r, g, b), components 0..255.", "a"_a, "color"_a, OPT);
+          "Colour balance: adds the offsets (r, g, b), each -128..127, to red, green and blue (limited to 0..255).", "a"_a, "color"_a, OPT);
     m.def("convolve", [](py::object a, std::vector<std::vector<int>> k, int divisor, int bias, py::object out) {
               IMG_FILTER f;
               std::memset(&f, 0, sizeof f);
@@ -467,13 +467,13 @@ class Error(ValueError):
     OP1("sharpen", imgSharpen, "percentage", "Sharpen, percentage in 0..100.");
     OP1("blur", imgBlur, "percentage", "Blur, percentage in 0..100.");
     OP1("soften", imgSoften, "percentage", "Soften, percentage in 0..100.");
-    OP1("average", imgAverage, "filter_size", "Box mean over filter_size x filter_size (2..31); edges repeat the border pixel.");
+    OP1("average", imgAverage, "filter_size", "Box mean over filter_size x filter_size (2..15); edges repeat the border pixel.");
     OP0("reduce_noise", imgReduceNoise, "Noise reduction.");
-    OP1("minimum", imgMinimum, "filter_size", "Minimum over filter_size x filter_size (2..31); edges repeat the border pixel.");
-    OP1("maximum", imgMaximum, "filter_size", "Maximum over filter_size x filter_size (2..31); edges repeat the border pixel.");
-    OP1("median_box", imgMedianBox, "filter_size", "Median over a filter_size square (2..31).");
-    OP1("median_cross", imgMedianCross, "filter_size", "Median over a filter_size cross (2..31).");
-    OP1("gaussian_blur", imgGaussianBlur, "filter_size", "Gaussian blur over filter_size x filter_size (2..31).");
+    OP1("minimum", imgMinimum, "filter_size", "Minimum over filter_size x filter_size (2..15); edges repeat the border pixel.");
+    OP1("maximum", imgMaximum, "filter_size", "Maximum over filter_size x filter_size (2..15); edges repeat the border pixel.");
+    OP1("median_box", imgMedianBox, "filter_size", "Median over a filter_size x filter_size square (2..15); edges repeat the border pixel.");
+    OP1("median_cross", imgMedianCross, "filter_size", "Median over a cross filter_size wide and high (2..15); edges repeat the border pixel.");
+    OP1("gaussian_blur", imgGaussianBlur, "filter_size", "Gaussian blur over filter_size x filter_size (2..25); edges repeat the border pixel.");
     OP1("swap_colors", imgSwapColors, "mode", "Channel swap: 0 RBG, 1 BGR, 2 BRG, 3 GRB, 4 GBR.");
     m.def("get_number_of_colors_used", [](py::object a) {
               Pic p(a);
