@@ -11,9 +11,10 @@ import numpy as np
 
 import imge
 
-# Neighbourhood filters: the reach in pixels as a function of the arguments.
-# The overlap is taken symmetric and at least the whole window, which covers
-# the asymmetric reach of even sizes.
+# Neighbourhood filters: the side N of the window as a function of the
+# arguments. An output pixel reads rows and columns from N / 2 (rounded down)
+# before it to N - 1 - N / 2 after it, so an overlap of N / 2 on every side
+# covers even sizes too.
 _NEIGHBOURHOOD = {
     **{n: (lambda size, *_: int(size)) for n in
        ("gaussian_blur", "average", "minimum", "maximum", "median_box", "median_cross")},
@@ -163,7 +164,7 @@ def apply(darr, name, *args, **kwargs):
             raise ValueError("imge.dask.apply: extract_channel takes an RGB or RGBA picture")
         return darr.map_blocks(block, dtype=np.uint8, drop_axis=2)
     if name in _NEIGHBOURHOOD:
-        r = max(1, _NEIGHBOURHOOD[name](*args))
+        r = max(1, _NEIGHBOURHOOD[name](*args) // 2)
         depth = {0: r, 1: r}
         if darr.ndim == 3:
             depth[2] = 0
