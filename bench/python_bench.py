@@ -103,7 +103,7 @@ def main():
             f.truncate(big.nbytes)
         d = c.persist(da.from_array(big, chunks=chunks))   # in memory, spread over the workers
         distributed.wait(d)
-        del big
+        big = None   # only the workers hold the picture now
 
         runs = iter(range(99))
 
@@ -114,7 +114,7 @@ def main():
         in_memory()   # warm-up: imports and pickled functions on the workers
         t2 = best(in_memory, 3)
         same = (in_memory().compute() == want).all()
-        del d
+        d = None
         c.restart()   # fresh workers: their peak is this run's
         start = c.run(_peak)
 
