@@ -7,51 +7,181 @@
 import functools
 import os
 
+import numpy as np
+
 import imge
 
-# Neighbourhood filters: the reach in pixels as a function of the arguments.
-# The overlap is taken symmetric and at least the whole window, which covers
-# the asymmetric reach of even sizes; edges repeat the border pixel, as
-# boundary "nearest" does.
+# Neighbourhood filters: the side N of the window as a function of the
+# arguments. An output pixel reads rows and columns from N / 2 (rounded down)
+# before it to N - 1 - N / 2 after it, so an overlap of N / 2 on every side
+# covers even sizes too.
 _NEIGHBOURHOOD = {
     **{n: (lambda size, *_: int(size)) for n in
        ("gaussian_blur", "average", "minimum", "maximum", "median_box", "median_cross")},
     **{n: (lambda *_: 3) for n in
        ("enhance_detail", "enhance_focus", "focus_restoration", "edge_detect_light", "edge_detect_medium",
-        "edge_detect_heavy", "emboss", "emboss_more", "sharpen", "blur", "soften", "reduce_noise")},
+        "edge_detect_heavy", "emboss", "emboss_more", "sharpen", "blur", "soften", "convolve_index", "edge")},
+    "reduce_noise": lambda *_: 5,
     "convolve": lambda kernel, *_: len(kernel),
 }
-# Operations pixel by pixel: chunk by chunk.
+# Operations pixel by pixel: chunk by chunk. (Noise is drawn per chunk: as
+# random as the single call, but not the same draws.)
 _POINT = {"negative", "brightness", "contrast", "gamma", "log_correction", "adjust", "balance",
-          "swap_colors", "adjust_hls", "sepia", "sepia_ex"}
+          "swap_colors", "adjust_hls", "sepia", "sepia_ex", "levels", "posterize", "solarize", "apply_lut",
+          "contra_brightness", "gammasat", "desaturate", "adjust_shadow_highlight", "noise",
+          "add_uniform_noise", "add_gaussian_noise", "add_laplacian_noise", "add_poisson_noise"}
 
 
 def _call(name, args, kwargs, b):
     return getattr(imge, name)(b, *args, **kwargs)
 
 
+# ---- statistics of the whole picture (first pass) ------------------------------
+
+def _sum(parts):
+    return functools.reduce(np.add, parts)
+
+
+def _histogram(b):  # (the module's own functions do not pickle)
+    return imge.create_all_histogram(b)
+
+
+def histogram(darr):
+    """imge.create_all_histogram of the whole dask array, lazily: the sum of
+    the chunks' histograms (4 x 256 uint32: luminance, red, green, blue)."""
+    import dask
+    parts = [dask.delayed(_histogram)(b) for b in darr.to_delayed().ravel()]
+    return dask.delayed(_sum)(parts)
+
+
+def _colour_codes(b):
+    b = np.asarray(b)
+    if b.ndim == 2:
+        return np.unique(b).astype(np.uint32)
+    return np.unique(b[..., 0].astype(np.uint32) << 16 | b[..., 1].astype(np.uint32) << 8 | b[..., 2])
+
+
+def count_colors(darr):
+    """imge.get_count_colors of the whole dask array, lazily (a dask.delayed
+    int): distinct colours (alpha not counted), merged over the chunks."""
+    import dask
+    parts = [dask.delayed(_colour_codes)(b) for b in darr.to_delayed().ravel()]
+    return dask.delayed(lambda p: int(functools.reduce(np.union1d, p).size))(parts)
+
+
+# Tables of the automatic corrections from the whole picture's histogram,
+# with the library's formulas; channel k of a pixel is its byte k.
+def _equalize_table(h):
+    c = np.cumsum(h.astype(np.int64))
+    rng = max(int(c[255] - c[0]), 1)
+    return ((c - c[0]) * 255.0 / rng).astype(np.uint8)
+
+
+def _stretch_table(low, high):
+    i = np.arange(256)
+    t = i if high == low else np.clip((255 * (i - low)) // max(high - low, 1), 0, 255)
+    return np.where(i < low, 0, np.where(i > high, 255, t)).astype(np.uint8)
+
+
+def _range(h, threshold):
+    """First value whose count from below exceeds threshold, last whose count
+    from above does (None when none does); the used range when they meet."""
+    c, r = np.cumsum(h), np.cumsum(h[::-1])[::-1]
+    lo = int(np.argmax(c > threshold)) if (c > threshold).any() else None
+    hi = int(255 - np.argmax(r[::-1] > threshold)) if (r > threshold).any() else None
+    if lo == hi or threshold < 0:
+        nz = np.flatnonzero(h)
+        if nz.size:
+            lo, hi = int(nz[0]), int(nz[-1])
+    return lo, hi
+
+
+def _channels(hist, comps):
+    return [hist[0]] if comps == 1 else [hist[1], hist[2], hist[3]]
+
+
+def _tables(name, hist, comps, pixels):
+    h = hist.astype(np.int64)
+    if name == "equalize":
+        return [_equalize_table(x) for x in _channels(h, comps)]
+    if name == "equalize_on_luminance":
+        return _equalize_table(h[0])
+    if name == "normalize":
+        return [_stretch_table(*_range(x, -1)) for x in _channels(h, comps)]
+    if name == "automatic_levels":
+        return [_stretch_table(*_range(x, pixels // 1000)) for x in _channels(h, comps)]
+    lo, hi = _range(h[0], pixels // 1000)  # automatic_contrast: adjust with these
+    lo = 255 if lo is None else lo
+    hi = 0 if hi is None else hi
+    return 128 - (hi + lo) // 2, (255 - (hi - lo)) // 2   # both sums are >= 0 here
+
+
+def _apply_tables(name, b, t):
+    if name == "equalize_on_luminance":
+        return imge.apply_lut(b, t)
+    if name == "automatic_contrast":
+        return imge.adjust(b, t[0], t[1], 1.0)
+    r = np.array(b, copy=True)
+    if r.ndim == 2:
+        return t[0][r]
+    for k in range(3):  # byte 3 (alpha) is kept
+        r[..., k] = t[k][b[..., k]]
+    return r
+
+
+_TWO_PASS = {"equalize", "equalize_on_luminance", "normalize", "automatic_levels", "automatic_contrast"}
+
+
 def apply(darr, name, *args, **kwargs):
     """Runs imge.<name>(block, *args) over the chunks of a uint8 dask array
     (H x W, H x W x 3 or H x W x 4) with the same result as the single call on
-    the whole picture. Whole-picture operations (equalisation, automatic
-    levels, colour count, drop shadow, drawing) are refused with ValueError."""
+    the whole picture, lazily:
+    - neighbourhood filters with map_overlap (the picture's edges repeat the
+      border pixel, as boundary="nearest" does);
+    - point operations chunk by chunk (extract_channel drops the last axis);
+    - equalize, equalize_on_luminance, normalize, automatic_levels and
+      automatic_contrast in two passes: the histogram of all chunks, then its
+      tables on every chunk.
+    Other operations on the whole picture (drop_shadow, drawing, area=) raise
+    ValueError; use histogram() and count_colors() for the statistics."""
+    import dask
     fn = getattr(imge, name, None)
-    if fn is None:
+    if fn is None or name.startswith("_"):
         raise ValueError(f"imge has no operation {name!r}")
+    if darr.dtype != np.uint8 or darr.ndim not in (2, 3) or (darr.ndim == 3 and darr.shape[2] not in (3, 4)):
+        raise TypeError("imge.dask: pictures are uint8 H x W, H x W x 3 or H x W x 4 arrays")
+    if darr.ndim == 3 and len(darr.chunks[2]) != 1:
+        darr = darr.rechunk({2: -1})
+    if "area" in kwargs or "out" in kwargs:
+        raise ValueError("imge.dask.apply: area= and out= refer to one whole array; not on chunks")
 
     block = functools.partial(_call, name, args, kwargs)  # pickles by name
 
     if name in _POINT:
-        return darr.map_blocks(block, dtype="uint8")
+        return darr.map_blocks(block, dtype=np.uint8)
+    if name == "extract_channel":
+        if darr.ndim != 3:
+            raise ValueError("imge.dask.apply: extract_channel takes an RGB or RGBA picture")
+        return darr.map_blocks(block, dtype=np.uint8, drop_axis=2)
     if name in _NEIGHBOURHOOD:
-        r = max(1, _NEIGHBOURHOOD[name](*args))
+        r = max(1, _NEIGHBOURHOOD[name](*args) // 2)
         depth = {0: r, 1: r}
         if darr.ndim == 3:
             depth[2] = 0
-        return darr.map_overlap(block, depth=depth, boundary="nearest", trim=True, dtype="uint8")
-    raise ValueError(f"imge.dask.apply: {name!r} depends on the whole picture; "
+        # The outer edges are left to the library, which repeats the border pixel
+        # exactly as boundary="nearest" would, without padding copies.
+        return darr.map_overlap(block, depth=depth, boundary="none", trim=True, dtype=np.uint8)
+    if name in _TWO_PASS:
+        if args or kwargs:
+            raise TypeError(f"imge.{name} takes no parameters")
+        comps = 1 if darr.ndim == 2 else darr.shape[2]
+        tables = dask.delayed(_tables)(name, histogram(darr), comps, darr.shape[0] * darr.shape[1])
+        return darr.map_blocks(functools.partial(_apply_tables, name), tables, dtype=np.uint8)
+    raise ValueError(f"imge.dask.apply: {name!r} depends on the whole picture in a way chunks cannot share; "
                      "compute the array and call imge directly")
 
+
+# ---- batches of files ------------------------------------------------------------
 
 def _run_one(path, pipeline, out_dir):
     a = imge.load(path)
@@ -66,7 +196,7 @@ def _run_one(path, pipeline, out_dir):
 def batch(paths, pipeline, out_dir, client=None):
     """Processes every file through pipeline ([("gaussian_blur", 7), ("negative",), ...]),
     one task per file on the dask.distributed client (the default client when None),
-    writing out_dir/<name>. Returns the written paths."""
+    writing out_dir/<name> in the format of its extension. Returns the written paths."""
     from dask.distributed import default_client
     client = client or default_client()
     os.makedirs(out_dir, exist_ok=True)
