@@ -1,5 +1,6 @@
 // Vector row kernel of the Gaussian blur (Highway, dispatched at run time):
-// the same sums as gauss_rows.cpp in the same order, in single precision.
+// the same sums as gauss_rows.cpp in the same order, in single precision,
+// a band of the row at a time.
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "blur/gauss_rows_hwy.cpp"
 #include <hwy/foreach_target.h>  // IWYU pragma: keep
@@ -13,6 +14,10 @@ namespace imge {
 namespace HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
 
+// Output bytes per band: its vertical sums stay in the first-level cache
+// while the horizontal pass reads them n times.
+constexpr std::size_t kGaussBand = 4096;
+
 void GaussRowVec(const GaussWeights &w, const uint8_t *const *slots, int bpp, int begin, int end,
                  float *HWY_RESTRICT scratch, uint8_t *HWY_RESTRICT out) {
 #if HWY_TARGET == HWY_SCALAR
@@ -22,35 +27,42 @@ void GaussRowVec(const GaussWeights &w, const uint8_t *const *slots, int bpp, in
     const hn::Rebind<int32_t, decltype(df)> di;
     const hn::Rebind<uint8_t, decltype(df)> d8;
     const std::size_t L = hn::Lanes(df);
-    const int n = w.n;
+    const int n = w.n, half = n >> 1;
+    const bool odd = (n & 1) != 0;
+    const std::size_t step = static_cast<std::size_t>(bpp);
+    const std::size_t margin = static_cast<std::size_t>(n - 1) * step;
     const std::size_t count = static_cast<std::size_t>(end - begin);
-    const std::size_t len = count + static_cast<std::size_t>(n - 1) * bpp;
-    auto load = [&](const uint8_t *p) { return hn::ConvertTo(df, hn::PromoteTo(di, hn::LoadU(d8, p))); };
-    std::size_t t = 0;
-    for (; t + L <= len; t += L) {
-        auto acc = hn::Mul(hn::Set(df, w.v[0]), load(slots[0] + begin + t));
-        for (int k = 1; k < n; ++k) acc = hn::Add(acc, hn::Mul(hn::Set(df, w.v[k]), load(slots[k] + begin + t)));
-        hn::StoreU(acc, df, scratch + t);
-    }
-    for (; t < len; ++t) {
-        float acc = w.v[0] * static_cast<float>(slots[0][begin + t]);
-        for (int k = 1; k < n; ++k) acc = acc + w.v[k] * static_cast<float>(slots[k][begin + t]);
-        scratch[t] = acc;
-    }
-    uint8_t *o = out + begin;
-    std::size_t i = 0;
-    for (; i + L <= count; i += L) {
-        auto acc = hn::Mul(hn::Set(df, w.h[0]), hn::LoadU(df, scratch + i));
-        for (int j = 1; j < n; ++j)
-            acc = hn::Add(acc, hn::Mul(hn::Set(df, w.h[j]), hn::LoadU(df, scratch + i + static_cast<std::size_t>(j) * bpp)));
-        const auto q = hn::ConvertTo(di, acc);  // truncates toward zero
-        hn::StoreU(SaturateToBytes(d8, q), d8, o + i);
-    }
-    for (; i < count; ++i) {
-        float acc = w.h[0] * scratch[i];
-        for (int j = 1; j < n; ++j) acc = acc + w.h[j] * scratch[i + static_cast<std::size_t>(j) * bpp];
-        const int q = static_cast<int>(acc);
-        o[i] = static_cast<uint8_t>(q > 255 ? 255 : q < 0 ? 0 : q);
+    auto wide = [&](const uint8_t *p) { return hn::PromoteTo(di, hn::LoadU(d8, p)); };
+    for (std::size_t band = 0; band < count; band += kGaussBand) {
+        const std::size_t bc = count - band < kGaussBand ? count - band : kGaussBand;
+        const std::size_t len = bc + margin, base = static_cast<std::size_t>(begin) + band;
+        // Vertical sums of the band's positions (GaussColumn, lane by lane).
+        std::size_t t = 0;
+        for (; t + L <= len; t += L) {
+            const std::size_t at = base + t;
+            auto acc = hn::Mul(hn::Set(df, w.v[half]), hn::ConvertTo(df, wide(slots[half] + at)));
+            for (int p = 1; half + p < n; ++p) {
+                const auto pair = hn::Add(wide(slots[half - p] + at), wide(slots[half + p] + at));
+                acc = hn::Add(acc, hn::Mul(hn::Set(df, w.v[half - p]), hn::ConvertTo(df, pair)));
+            }
+            if (!odd) acc = hn::Add(acc, hn::Mul(hn::Set(df, w.v[0]), hn::ConvertTo(df, wide(slots[0] + at))));
+            hn::StoreU(acc, df, scratch + t);
+        }
+        for (; t < len; ++t) scratch[t] = GaussColumn(w, slots, base + t);
+        // Horizontal sums (GaussByte), truncated.
+        uint8_t *o = out + base;
+        std::size_t i = 0;
+        for (; i + L <= bc; i += L) {
+            const float *s = scratch + i;
+            auto acc = hn::Mul(hn::Set(df, w.h[half]), hn::LoadU(df, s + half * step));
+            for (int p = 1; half + p < n; ++p) {
+                const auto pair = hn::Add(hn::LoadU(df, s + (half - p) * step), hn::LoadU(df, s + (half + p) * step));
+                acc = hn::Add(acc, hn::Mul(hn::Set(df, w.h[half - p]), pair));
+            }
+            if (!odd) acc = hn::Add(acc, hn::Mul(hn::Set(df, w.h[0]), hn::LoadU(df, s)));
+            hn::StoreU(SaturateToBytes(d8, hn::ConvertTo(di, acc)), d8, o + i);  // truncates toward zero
+        }
+        for (; i < bc; ++i) o[i] = GaussByte(w, scratch + i, step);
     }
 #endif
 }
