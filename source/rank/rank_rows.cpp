@@ -80,17 +80,18 @@ void MedianColumnsRowPlain(const uint8_t *coarse, const uint8_t *fine, int n, in
     for (int c = 0; c < bpp && begin + c < end; ++c) {
         const std::size_t first = static_cast<std::size_t>(begin + c);
         int kc[16] = {}, kf[256];
-        std::size_t since[16];  // position + 1 at which the fine bins of each coarse bin were right, 0: never
+        std::size_t since[16];  // pixel + 1 at which the fine bins of each coarse bin were right, 0: never
         for (int b = 0; b < 16; ++b) since[b] = 0;
         for (std::size_t j = 0; j < span; j += step)
             for (int b = 0; b < 16; ++b) kc[b] += coarse[(first + j) * 16 + b];
-        for (std::size_t i = first; i < static_cast<std::size_t>(end); i += step) {
+        std::size_t x = 0;  // pixels from the first
+        for (std::size_t i = first; i < static_cast<std::size_t>(end); i += step, ++x) {
             if (i != first)
                 for (int b = 0; b < 16; ++b) kc[b] += coarse[(i - step + span) * 16 + b] - coarse[(i - step) * 16 + b];
             int b = 0, below = 0;
             while (below + kc[b] <= want) below += kc[b++];
             int *seg = kf + 16 * b;
-            const std::size_t moved = since[b] ? (i + 1 - since[b]) / step : static_cast<std::size_t>(n);
+            const std::size_t moved = since[b] ? x + 1 - since[b] : static_cast<std::size_t>(n);
             if (2 * moved > static_cast<std::size_t>(n)) {
                 for (int f = 0; f < 16; ++f) seg[f] = 0;
                 for (std::size_t j = 0; j < span; j += step)
@@ -100,7 +101,7 @@ void MedianColumnsRowPlain(const uint8_t *coarse, const uint8_t *fine, int n, in
                     for (int f = 0; f < 16; ++f)
                         seg[f] += fine[(p - step + span) * 256 + 16 * b + f] - fine[(p - step) * 256 + 16 * b + f];
             }
-            since[b] = i + 1;
+            since[b] = x + 1;
             int f = 0;
             while (below + seg[f] <= want) below += seg[f++];
             out[i] = static_cast<uint8_t>(16 * b + f);

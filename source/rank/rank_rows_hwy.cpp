@@ -246,14 +246,15 @@ void MedianColumnsRowVec(const uint8_t *HWY_RESTRICT coarse, const uint8_t *HWY_
         for (int b = 0; b < 16; ++b) since[b] = 0;
         V kc = hn::Zero(d);
         for (std::size_t j = 0; j < span; j += step) kc = hn::Add(kc, hn::LoadU(d, coarse + (first + j) * 16));
-        for (std::size_t i = first; i < static_cast<std::size_t>(end); i += step) {
+        std::size_t x = 0;  // pixels from the first
+        for (std::size_t i = first; i < static_cast<std::size_t>(end); i += step, ++x) {
             if (i != first)
                 kc = hn::Sub(hn::Add(kc, hn::LoadU(d, coarse + (i - step + span) * 16)),
                              hn::LoadU(d, coarse + (i - step) * 16));
             int below;
             const int b = search(kc, want, &below);
             const uint8_t *col = fine + 16 * b;
-            const std::size_t moved = since[b] ? (i + 1 - since[b]) / step : static_cast<std::size_t>(n);
+            const std::size_t moved = since[b] ? x + 1 - since[b] : static_cast<std::size_t>(n);
             V seg;
             if (2 * moved > static_cast<std::size_t>(n)) {
                 seg = hn::LoadU(d, col + i * 256);
@@ -265,7 +266,7 @@ void MedianColumnsRowVec(const uint8_t *HWY_RESTRICT coarse, const uint8_t *HWY_
                                   hn::LoadU(d, col + (p - step) * 256));
             }
             hn::Store(seg, d, kf + 16 * b);
-            since[b] = i + 1;
+            since[b] = x + 1;
             int rest;
             const int f = search(seg, want - below, &rest);
             out[i] = static_cast<uint8_t>(16 * b + f);
