@@ -15,6 +15,7 @@
 #include "libimge.h"
 #include "libtools.h"
 #include "reference/rank_reference.h"
+#include "fuzz_support.h"
 #include "support/bitmaps.h"
 
 #ifdef IMGE_HAVE_OPENCV
@@ -144,6 +145,23 @@ TEST(GaussianBlur, FlatAreasAreNeverLifted) {
                 ASSERT_GE(b->Data[i] + 1, v) << n;
             }
         }
+}
+
+// The vector targets do the plain loops' sums in the same order: the same
+// bytes, over several bands of a wide row, for odd and even sizes.
+TEST(GaussianBlur, VectorPathGivesThePlainBytes) {
+    std::mt19937 rng(9);
+    OwnedImf src;
+    testing_support::MakeRandom(rng, IMF_RGB, 1500, 5, 4, &src);
+    for (int n : {2, 3, 8, 24, 25}) {
+        OwnedImf fast, plain;
+        ASSERT_EQ(imfBlurGaussian(src.get(), fast.get(), nullptr, n), IMF_NOERROR);
+        {
+            const fuzz::PlainPath only_plain;
+            ASSERT_EQ(imfBlurGaussian(src.get(), plain.get(), nullptr, n), IMF_NOERROR);
+        }
+        EXPECT_EQ(Diff(fast.b, plain.b), "") << n;
+    }
 }
 
 TEST(GaussianBlur, InPlaceOnGreyKeepsTheRecord) {

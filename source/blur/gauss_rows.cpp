@@ -28,22 +28,34 @@ void MakeGaussWeights(int n, GaussWeights *w) {
     }
 }
 
+// The weights are symmetric about the centre: samples the same distance
+// either side are added first (exactly: bytes as integers, floats rounded
+// once) and multiplied once. For even n the first row and column have no
+// partner and come last.
+float GaussColumn(const GaussWeights &w, const uint8_t *const *slots, std::size_t t) {
+    const int half = w.n >> 1;
+    float acc = w.v[half] * static_cast<float>(slots[half][t]);
+    for (int p = 1; half + p < w.n; ++p)
+        acc = acc + w.v[half - p] * static_cast<float>(slots[half - p][t] + slots[half + p][t]);
+    if (!(w.n & 1)) acc = acc + w.v[0] * static_cast<float>(slots[0][t]);
+    return acc;
+}
+
+uint8_t GaussByte(const GaussWeights &w, const float *s, std::size_t bpp) {
+    const int half = w.n >> 1;
+    float acc = w.h[half] * s[half * bpp];
+    for (int p = 1; half + p < w.n; ++p) acc = acc + w.h[half - p] * (s[(half - p) * bpp] + s[(half + p) * bpp]);
+    if (!(w.n & 1)) acc = acc + w.h[0] * s[0];
+    const int q = static_cast<int>(acc);
+    return static_cast<uint8_t>(q > 255 ? 255 : q < 0 ? 0 : q);
+}
+
 void GaussRowPlain(const GaussWeights &w, const uint8_t *const *slots, int bpp, int begin, int end, float *scratch,
-                    uint8_t *out) {
-    const int n = w.n;
+                   uint8_t *out) {
     const std::size_t count = static_cast<std::size_t>(end - begin);
-    const std::size_t len = count + static_cast<std::size_t>(n - 1) * bpp;
-    for (std::size_t t = 0; t < len; ++t) {
-        float acc = w.v[0] * static_cast<float>(slots[0][begin + t]);
-        for (int k = 1; k < n; ++k) acc = acc + w.v[k] * static_cast<float>(slots[k][begin + t]);
-        scratch[t] = acc;
-    }
-    for (std::size_t i = 0; i < count; ++i) {
-        float acc = w.h[0] * scratch[i];
-        for (int j = 1; j < n; ++j) acc = acc + w.h[j] * scratch[i + static_cast<std::size_t>(j) * bpp];
-        const int q = static_cast<int>(acc);
-        out[begin + i] = static_cast<uint8_t>(q > 255 ? 255 : q < 0 ? 0 : q);
-    }
+    const std::size_t len = count + static_cast<std::size_t>(w.n - 1) * bpp;
+    for (std::size_t t = 0; t < len; ++t) scratch[t] = GaussColumn(w, slots, begin + t);
+    for (std::size_t i = 0; i < count; ++i) out[begin + i] = GaussByte(w, scratch + i, static_cast<std::size_t>(bpp));
 }
 
 }  // namespace blur

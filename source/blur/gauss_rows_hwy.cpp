@@ -1,5 +1,6 @@
 // Vector row kernel of the Gaussian blur (Highway, dispatched at run time):
-// the same sums as gauss_rows.cpp in the same order, in single precision.
+// the same sums as gauss_rows.cpp in the same order, in single precision,
+// a band of the row at a time.
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "blur/gauss_rows_hwy.cpp"
 #include <hwy/foreach_target.h>  // IWYU pragma: keep
@@ -15,44 +16,84 @@ namespace HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
 using namespace ::imge::HWY_NAMESPACE;  // the shared byte helpers of core/
 
+#if HWY_TARGET != HWY_SCALAR
+// Output bytes per band: its vertical sums stay in the first-level cache
+// while the horizontal pass reads them n times.
+constexpr std::size_t kGaussBand = 4096;
+
+// U vectors of vertical sums from position `at` of the slots (GaussColumn
+// lane by lane), U independent chains of additions.
+template <int U, class DF>
+HWY_INLINE void GaussColumns(DF df, const GaussWeights &w, const uint8_t *const *slots, std::size_t at,
+                             float *HWY_RESTRICT dst) {
+    const hn::Rebind<int32_t, DF> di;
+    const hn::Rebind<uint8_t, DF> d8;
+    const std::size_t L = hn::Lanes(df);
+    const int half = w.n >> 1;
+    auto wide = [&](const uint8_t *p) { return hn::PromoteTo(di, hn::LoadU(d8, p)); };
+    hn::Vec<DF> acc[U];
+    for (int u = 0; u < U; ++u)
+        acc[u] = hn::Mul(hn::Set(df, w.v[half]), hn::ConvertTo(df, wide(slots[half] + at + u * L)));
+    for (int p = 1; half + p < w.n; ++p) {
+        const auto wp = hn::Set(df, w.v[half - p]);
+        for (int u = 0; u < U; ++u) {
+            const auto pair = hn::Add(wide(slots[half - p] + at + u * L), wide(slots[half + p] + at + u * L));
+            acc[u] = hn::Add(acc[u], hn::Mul(wp, hn::ConvertTo(df, pair)));
+        }
+    }
+    if (!(w.n & 1))
+        for (int u = 0; u < U; ++u)
+            acc[u] = hn::Add(acc[u], hn::Mul(hn::Set(df, w.v[0]), hn::ConvertTo(df, wide(slots[0] + at + u * L))));
+    for (int u = 0; u < U; ++u) hn::StoreU(acc[u], df, dst + u * L);
+}
+
+// U vectors of output bytes from the vertical sums s (GaussByte lane by
+// lane), truncated toward zero.
+template <int U, class DF>
+HWY_INLINE void GaussBytes(DF df, const GaussWeights &w, const float *HWY_RESTRICT s, std::size_t step,
+                           uint8_t *HWY_RESTRICT dst) {
+    const hn::Rebind<int32_t, DF> di;
+    const hn::Rebind<uint8_t, DF> d8;
+    const std::size_t L = hn::Lanes(df);
+    const int half = w.n >> 1;
+    hn::Vec<DF> acc[U];
+    for (int u = 0; u < U; ++u) acc[u] = hn::Mul(hn::Set(df, w.h[half]), hn::LoadU(df, s + half * step + u * L));
+    for (int p = 1; half + p < w.n; ++p) {
+        const auto wp = hn::Set(df, w.h[half - p]);
+        const float *a = s + (half - p) * step, *b = s + (half + p) * step;
+        for (int u = 0; u < U; ++u)
+            acc[u] = hn::Add(acc[u], hn::Mul(wp, hn::Add(hn::LoadU(df, a + u * L), hn::LoadU(df, b + u * L))));
+    }
+    if (!(w.n & 1))
+        for (int u = 0; u < U; ++u) acc[u] = hn::Add(acc[u], hn::Mul(hn::Set(df, w.h[0]), hn::LoadU(df, s + u * L)));
+    for (int u = 0; u < U; ++u) hn::StoreU(SaturateToBytes(d8, hn::ConvertTo(di, acc[u])), d8, dst + u * L);
+}
+#endif
+
 void GaussRowVec(const GaussWeights &w, const uint8_t *const *slots, int bpp, int begin, int end,
                  float *HWY_RESTRICT scratch, uint8_t *HWY_RESTRICT out) {
 #if HWY_TARGET == HWY_SCALAR
     return GaussRowPlain(w, slots, bpp, begin, end, scratch, out);
 #else
     const hn::ScalableTag<float> df;
-    const hn::Rebind<int32_t, decltype(df)> di;
-    const hn::Rebind<uint8_t, decltype(df)> d8;
     const std::size_t L = hn::Lanes(df);
-    const int n = w.n;
+    const std::size_t step = static_cast<std::size_t>(bpp);
+    const std::size_t margin = static_cast<std::size_t>(w.n - 1) * step;
     const std::size_t count = static_cast<std::size_t>(end - begin);
-    const std::size_t len = count + static_cast<std::size_t>(n - 1) * bpp;
-    auto load = [&](const uint8_t *p) { return hn::ConvertTo(df, hn::PromoteTo(di, hn::LoadU(d8, p))); };
-    std::size_t t = 0;
-    for (; t + L <= len; t += L) {
-        auto acc = hn::Mul(hn::Set(df, w.v[0]), load(slots[0] + begin + t));
-        for (int k = 1; k < n; ++k) acc = hn::Add(acc, hn::Mul(hn::Set(df, w.v[k]), load(slots[k] + begin + t)));
-        hn::StoreU(acc, df, scratch + t);
-    }
-    for (; t < len; ++t) {
-        float acc = w.v[0] * static_cast<float>(slots[0][begin + t]);
-        for (int k = 1; k < n; ++k) acc = acc + w.v[k] * static_cast<float>(slots[k][begin + t]);
-        scratch[t] = acc;
-    }
-    uint8_t *o = out + begin;
-    std::size_t i = 0;
-    for (; i + L <= count; i += L) {
-        auto acc = hn::Mul(hn::Set(df, w.h[0]), hn::LoadU(df, scratch + i));
-        for (int j = 1; j < n; ++j)
-            acc = hn::Add(acc, hn::Mul(hn::Set(df, w.h[j]), hn::LoadU(df, scratch + i + static_cast<std::size_t>(j) * bpp)));
-        const auto q = hn::ConvertTo(di, acc);  // truncates toward zero
-        hn::StoreU(SaturateToBytes(d8, q), d8, o + i);
-    }
-    for (; i < count; ++i) {
-        float acc = w.h[0] * scratch[i];
-        for (int j = 1; j < n; ++j) acc = acc + w.h[j] * scratch[i + static_cast<std::size_t>(j) * bpp];
-        const int q = static_cast<int>(acc);
-        o[i] = static_cast<uint8_t>(q > 255 ? 255 : q < 0 ? 0 : q);
+    for (std::size_t band = 0; band < count; band += kGaussBand) {
+        const std::size_t bc = count - band < kGaussBand ? count - band : kGaussBand;
+        const std::size_t len = bc + margin, base = static_cast<std::size_t>(begin) + band;
+        // The band's vertical sums, four vectors at a time, then the ragged end.
+        std::size_t t = 0;
+        for (; t + 4 * L <= len; t += 4 * L) GaussColumns<4>(df, w, slots, base + t, scratch + t);
+        for (; t + L <= len; t += L) GaussColumns<1>(df, w, slots, base + t, scratch + t);
+        for (; t < len; ++t) scratch[t] = GaussColumn(w, slots, base + t);
+        // Its output bytes.
+        uint8_t *o = out + base;
+        std::size_t i = 0;
+        for (; i + 4 * L <= bc; i += 4 * L) GaussBytes<4>(df, w, scratch + i, step, o + i);
+        for (; i + L <= bc; i += L) GaussBytes<1>(df, w, scratch + i, step, o + i);
+        for (; i < bc; ++i) o[i] = GaussByte(w, scratch + i, step);
     }
 #endif
 }

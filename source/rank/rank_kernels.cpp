@@ -48,8 +48,8 @@ void MinMaxKernel::Row(const uint8_t *const *slots, int begin, int end, uint8_t 
 
 bool MedianBoxKernel::Prepare(int width, int bpp) {
     bpp_ = bpp;
-    if (n_ > kLargestNetwork) return true;
     stride_ = ExtendedBytes(width, bpp, n_);
+    if (n_ > kLargestNetwork) return coarse_.Allocate(stride_ * 16) && fine_.Allocate(stride_ * 256);
     if (!sorted_.Allocate(stride_ * static_cast<std::size_t>(n_)) || !nets_.Allocate(2)) return false;
     BuildColumnSort(n_, &nets_[0]);
     BuildBoxSelect(n_, &nets_[1]);
@@ -57,7 +57,12 @@ bool MedianBoxKernel::Prepare(int width, int bpp) {
 }
 
 void MedianBoxKernel::Row(const uint8_t *const *slots, int begin, int end, uint8_t *out) {
-    if (n_ > kLargestNetwork) return MedianHistogramRow(slots, n_, bpp_, begin, end, out);
+    if (n_ > kLargestNetwork) {
+        // Move every column's histogram down to this row, then slide along it.
+        const std::size_t reach = static_cast<std::size_t>(end) + static_cast<std::size_t>(n_ - 1) * bpp_;
+        ColumnHistogramsDown(slots, n_, static_cast<std::size_t>(begin), reach, coarse_.get(), fine_.get());
+        return MedianColumnsRow(coarse_.get(), fine_.get(), n_, bpp_, begin, end, out);
+    }
     // Sort the column of n samples at every position the row's
     // neighbourhoods reach, then select from n neighbouring sorted columns.
     const uint8_t *in[kLargestNetwork];

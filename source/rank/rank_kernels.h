@@ -35,8 +35,8 @@ private:
     Scratch<uint8_t> blocks_;   // n suffix rows, then the prefix row
 };
 
-// Box median: sorted columns and a selection network up to 8, a sliding
-// histogram above.
+// Box median: sorted columns and a selection network up to 8, column
+// histograms carried down the rows above.
 class MedianBoxKernel {
 public:
     static constexpr int kLargestNetwork = 8;
@@ -49,6 +49,8 @@ private:
     std::size_t stride_ = 0;   // bytes per sorted row
     Scratch<uint8_t> sorted_;  // n rows of sorted column values
     Scratch<NetProgram> nets_;  // column sort, then selection
+    Scratch<uint8_t> coarse_;   // column histograms: 16 coarse bins per byte position
+    Scratch<uint8_t> fine_;     // and 256 fine bins
 };
 
 class MedianCrossKernel {

@@ -50,31 +50,62 @@ void MinMaxRowPlain(bool is_max, const uint8_t *const *slots, int n, int bpp, in
         out[begin + i] = pick(pick(scratch[i], scratch[i + a]), pick(scratch[i + b], scratch[i + b + a]));
 }
 
-void MedianHistogramRow(const uint8_t *const *slots, int n, int bpp, int begin, int end, uint8_t *out) {
-    const int want = (n * n) >> 1;  // elements below the answer: at most want, with it: above want
+void ColumnHistogramsDown(const uint8_t *const *slots, int n, std::size_t begin, std::size_t end, uint8_t *coarse,
+                          uint8_t *fine) {
+    if (!slots[n]) {
+        std::memset(coarse + begin * 16, 0, (end - begin) * 16);
+        std::memset(fine + begin * 256, 0, (end - begin) * 256);
+        for (int k = 0; k < n; ++k)
+            for (std::size_t t = begin; t < end; ++t) {
+                const uint8_t v = slots[k][t];
+                ++coarse[t * 16 + (v >> 4)];
+                ++fine[t * 256 + v];
+            }
+        return;
+    }
+    const uint8_t *gone = slots[n], *come = slots[n - 1];
+    for (std::size_t t = begin; t < end; ++t) {
+        const uint8_t g = gone[t], c = come[t];
+        --coarse[t * 16 + (g >> 4)];
+        ++coarse[t * 16 + (c >> 4)];
+        --fine[t * 256 + g];
+        ++fine[t * 256 + c];
+    }
+}
+
+void MedianColumnsRowPlain(const uint8_t *coarse, const uint8_t *fine, int n, int bpp, int begin, int end,
+                           uint8_t *out) {
+    const int want = (n * n) >> 1;  // samples below the answer: at most want, with it: above want
     const std::size_t step = static_cast<std::size_t>(bpp);
     const std::size_t span = static_cast<std::size_t>(n) * step;
     for (int c = 0; c < bpp && begin + c < end; ++c) {
-        uint16_t hist[256];
-        std::memset(hist, 0, sizeof hist);
-        std::size_t i = static_cast<std::size_t>(begin + c);
-        for (int k = 0; k < n; ++k)
-            for (int j = 0; j < n; ++j) ++hist[slots[k][i + j * step]];
-        int m = 0, below = 0;  // below = samples smaller than m
-        while (below + hist[m] <= want) below += hist[m++];
-        out[i] = static_cast<uint8_t>(m);
-        for (i += step; i < static_cast<std::size_t>(end); i += step) {
-            // The window moves one pixel right: column i - step leaves, column
-            // i + (n - 1) * step enters.
-            for (int k = 0; k < n; ++k) {
-                const uint8_t gone = slots[k][i - step], come = slots[k][i - step + span];
-                --hist[gone];
-                ++hist[come];
-                below += (come < m) - (gone < m);
+        const std::size_t first = static_cast<std::size_t>(begin + c);
+        int kc[16] = {}, kf[256];
+        std::size_t since[16];  // pixel + 1 at which the fine bins of each coarse bin were right, 0: never
+        for (int b = 0; b < 16; ++b) since[b] = 0;
+        for (std::size_t j = 0; j < span; j += step)
+            for (int b = 0; b < 16; ++b) kc[b] += coarse[(first + j) * 16 + b];
+        std::size_t x = 0;  // pixels from the first
+        for (std::size_t i = first; i < static_cast<std::size_t>(end); i += step, ++x) {
+            if (i != first)
+                for (int b = 0; b < 16; ++b) kc[b] += coarse[(i - step + span) * 16 + b] - coarse[(i - step) * 16 + b];
+            int b = 0, below = 0;
+            while (below + kc[b] <= want) below += kc[b++];
+            int *seg = kf + 16 * b;
+            const std::size_t moved = since[b] ? x + 1 - since[b] : static_cast<std::size_t>(n);
+            if (2 * moved > static_cast<std::size_t>(n)) {
+                for (int f = 0; f < 16; ++f) seg[f] = 0;
+                for (std::size_t j = 0; j < span; j += step)
+                    for (int f = 0; f < 16; ++f) seg[f] += fine[(i + j) * 256 + 16 * b + f];
+            } else {
+                for (std::size_t p = i + step - moved * step; p <= i; p += step)
+                    for (int f = 0; f < 16; ++f)
+                        seg[f] += fine[(p - step + span) * 256 + 16 * b + f] - fine[(p - step) * 256 + 16 * b + f];
             }
-            while (below > want) below -= hist[--m];
-            while (below + hist[m] <= want) below += hist[m++];
-            out[i] = static_cast<uint8_t>(m);
+            since[b] = x + 1;
+            int f = 0;
+            while (below + seg[f] <= want) below += seg[f++];
+            out[i] = static_cast<uint8_t>(16 * b + f);
         }
     }
 }

@@ -67,10 +67,20 @@ enum NetKind { kNetColumnSort, kNetBoxSelect, kNetCrossSelect };
 void RunNet(const NetProgram &p, int kind, int n, const uint8_t *const *rows, int bpp, std::size_t count,
             uint8_t *const *outs);
 
-// ---- Median by a sliding histogram -----------------------------------------------
-// The ((n * n) >> 1)-th smallest of each n x n neighbourhood, one histogram
-// per byte position sliding along the row (for the larger sizes).
-void MedianHistogramRow(const uint8_t *const *slots, int n, int bpp, int begin, int end, uint8_t *out);
+// ---- Median by column histograms (Perreault and Hebert) -------------------------
+// Every byte position t of the edge-extended row keeps the histogram of its n
+// samples down the neighbourhood: 16 coarse bins (high nibble) at
+// coarse[t * 16] and 256 fine bins at fine[t * 256], one byte each (a column
+// holds at most 15 samples, a square at most 225).
+// Brings positions begin .. end - 1 to the rows of slots: from scratch when
+// slots[n] is null, else by removing row slots[n] and adding row slots[n - 1].
+void ColumnHistogramsDown(const uint8_t *const *slots, int n, std::size_t begin, std::size_t end, uint8_t *coarse,
+                          uint8_t *fine);
+// The ((n * n) >> 1)-th smallest (from 0) of each n x n neighbourhood: the
+// square's coarse histogram slides along the row (one column in, one out);
+// the fine bins of the coarse bin holding the answer are brought up to date
+// from the columns that moved since they were last used, or summed anew.
+void MedianColumnsRow(const uint8_t *coarse, const uint8_t *fine, int n, int bpp, int begin, int end, uint8_t *out);
 
 // Scalar versions (the plain paths; identical bytes).
 void MinMaxRowPlain(bool is_max, const uint8_t *const *slots, int n, int bpp, int begin, int end,
@@ -78,6 +88,8 @@ void MinMaxRowPlain(bool is_max, const uint8_t *const *slots, int n, int bpp, in
 void PickRowsPlain(bool is_max, const uint8_t *a, const uint8_t *b, uint8_t *dst, std::size_t len);
 void RunNetPlain(const NetProgram &p, const uint8_t *const *rows, int bpp, std::size_t begin, std::size_t count,
                   uint8_t *const *outs);
+void MedianColumnsRowPlain(const uint8_t *coarse, const uint8_t *fine, int n, int bpp, int begin, int end,
+                           uint8_t *out);
 
 }  // namespace rank
 }  // namespace imge
