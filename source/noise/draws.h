@@ -7,6 +7,7 @@
 // exactly what rand() yields after the same srand; otherwise from rand().
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 
@@ -48,6 +49,20 @@ public:
     unsigned Next() {
         if (pos_ == kEnd) Refill();
         return y_[pos_++] >> 1;
+    }
+
+    // The next n draws, each cut to its low 15 bits (all the noise uses),
+    // into out: the same values n calls of Next() would give.
+    void Fill(std::uint32_t *out, std::size_t n) {
+        while (n > 0) {
+            if (pos_ == kEnd) Refill();
+            const std::size_t take = n < static_cast<std::size_t>(kEnd - pos_) ? n : kEnd - pos_;
+            const std::uint32_t *y = y_ + pos_;
+            for (std::size_t i = 0; i < take; ++i) out[i] = (y[i] >> 1) & 0x7FFF;
+            out += take;
+            n -= take;
+            pos_ += static_cast<int>(take);
+        }
     }
 
 private:

@@ -1,0 +1,86 @@
+// Vector noise rows (Highway, dispatched at run time): the table entries of
+// a vector of draws are gathered, the bytes widened, and the same integer or
+// double operations as the plain loops applied lane by lane.
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "noise/noise_rows_hwy.cpp"
+#include <hwy/foreach_target.h>  // IWYU pragma: keep
+#include <hwy/highway.h>
+
+#include "noise/noise_rows.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace imge {
+namespace HWY_NAMESPACE {
+namespace hn = hwy::HWY_NAMESPACE;
+
+void OffsetRowVec(const uint8_t *HWY_RESTRICT in, const uint32_t *HWY_RESTRICT draws, const int32_t *HWY_RESTRICT off,
+                  std::size_t n, uint8_t *HWY_RESTRICT out) {
+#if HWY_TARGET == HWY_SCALAR
+    return OffsetRowPlain(in, draws, off, n, out);
+#else
+    const hn::ScalableTag<int32_t> di;
+    const hn::Rebind<uint8_t, decltype(di)> d8;
+    const hn::Rebind<uint32_t, decltype(di)> du;
+    const std::size_t N = hn::Lanes(di);
+    std::size_t i = 0;
+    for (; i + N <= n; i += N) {
+        const auto idx = hn::BitCast(di, hn::LoadU(du, draws + i));
+        const auto v = hn::Add(hn::PromoteTo(di, hn::LoadU(d8, in + i)), hn::GatherIndex(di, off, idx));
+        hn::StoreU(hn::DemoteTo(d8, v), d8, out + i);  // the demotion holds to 0..255
+    }
+    OffsetRowPlain(in + i, draws + i, off, n - i, out + i);
+#endif
+}
+
+void GaussianRowVec(const uint8_t *HWY_RESTRICT in, const uint32_t *HWY_RESTRICT draws, const double *HWY_RESTRICT s,
+                    const double *HWY_RESTRICT cs, double amount, std::size_t n, uint8_t *HWY_RESTRICT out) {
+#if HWY_TARGET == HWY_SCALAR
+    return GaussianRowPlain(in, draws, s, cs, amount, n, out);
+#else
+    const hn::ScalableTag<double> dd;
+    const hn::Rebind<int64_t, decltype(dd)> di64;
+    const hn::Rebind<int32_t, decltype(dd)> di32;
+    const hn::Rebind<uint32_t, decltype(dd)> du32;
+    const hn::Rebind<uint8_t, decltype(dd)> d8;
+    const std::size_t N = hn::Lanes(dd);
+    const auto vamount = hn::Set(dd, amount), twenty = hn::Set(dd, 20.0);
+    const auto zero = hn::Zero(dd), top = hn::Set(dd, 255.0);
+    std::size_t i = 0;
+    for (; i + N <= n; i += N) {
+        hn::Vec<decltype(du32)> a, b;
+        hn::LoadInterleaved2(du32, draws + 2 * i, a, b);
+        const auto ia = hn::PromoteTo(di64, hn::BitCast(di32, a));
+        const auto ib = hn::ShiftLeft<1>(hn::PromoteTo(di64, hn::BitCast(di32, b)));
+        const auto r = hn::GatherIndex(dd, s, ia);
+        const auto c = hn::GatherIndex(dd, cs, ib);
+        const auto sn = hn::GatherIndex(dd, cs + 1, ib);
+        const auto p = hn::PromoteTo(dd, hn::PromoteTo(di32, hn::LoadU(d8, in + i)));
+        auto v = hn::Add(p, hn::Mul(hn::Mul(hn::Sqrt(p), vamount), hn::Mul(r, c)));
+        v = hn::Add(v, hn::Mul(twenty, hn::Mul(r, sn)));
+        v = hn::Min(hn::Max(v, zero), top);
+        hn::StoreU(hn::DemoteTo(d8, hn::DemoteTo(di32, v)), d8, out + i);  // truncates, as the cast does
+    }
+    GaussianRowPlain(in + i, draws + 2 * i, s, cs, amount, n - i, out + i);
+#endif
+}
+
+}  // namespace HWY_NAMESPACE
+}  // namespace imge
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace imge {
+HWY_EXPORT(OffsetRowVec);
+HWY_EXPORT(GaussianRowVec);
+
+void OffsetRow(const uint8_t *in, const uint32_t *draws, const int32_t *off, std::size_t n, uint8_t *out) {
+    HWY_DYNAMIC_DISPATCH(OffsetRowVec)(in, draws, off, n, out);
+}
+
+void GaussianRow(const uint8_t *in, const uint32_t *draws, const double *s, const double *cs, double amount,
+                 std::size_t n, uint8_t *out) {
+    HWY_DYNAMIC_DISPATCH(GaussianRowVec)(in, draws, s, cs, amount, n, out);
+}
+
+}  // namespace imge
+#endif
