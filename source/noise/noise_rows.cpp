@@ -23,4 +23,17 @@ void GaussianRowPlain(const uint8_t *in, const uint32_t *draws, const double *s,
     }
 }
 
+void FeedbackRoundsPlain(uint32_t *round, uint32_t *draws, std::size_t rounds) {
+    uint32_t y[62];
+    for (int i = 0; i < 31; ++i) y[i] = round[i];
+    for (std::size_t r = 0; r < rounds; ++r, draws += 31) {
+        for (int i = 31; i < 62; ++i) y[i] = y[i - 31] + y[i - 3];
+        for (int i = 0; i < 31; ++i) {
+            draws[i] = y[31 + i] >> 1;
+            y[i] = y[31 + i];
+        }
+    }
+    for (int i = 0; i < 31; ++i) round[i] = y[i];
+}
+
 }  // namespace imge

@@ -21,4 +21,10 @@ void GaussianRow(const uint8_t *in, const uint32_t *draws, const double *s, cons
 void GaussianRowPlain(const uint8_t *in, const uint32_t *draws, const double *s, const double *cs, double amount,
                       std::size_t n, uint8_t *out);
 
+// The generator of draws.h, `rounds` rounds of 31 values on: round[0..30]
+// holds y[n - 31..n - 1] on entry and the last 31 values on return; the draws
+// y >> 1 go to draws[0..31 rounds - 1] (draws[31 rounds] is written over).
+void FeedbackRounds(uint32_t *round, uint32_t *draws, std::size_t rounds);
+void FeedbackRoundsPlain(uint32_t *round, uint32_t *draws, std::size_t rounds);
+
 }  // namespace imge

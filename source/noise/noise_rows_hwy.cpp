@@ -64,6 +64,54 @@ void GaussianRowVec(const uint8_t *HWY_RESTRICT in, const uint32_t *HWY_RESTRICT
 #endif
 }
 
+// Rounds of 31 values held in 32 lanes (C vectors of N): the value at lane
+// k of a round is y[k] = y[k - 31] + y[k - 3], where y[k - 31] is lane k of the
+// round before, so each vector is its predecessor's plus the sums along lanes
+// three apart (shifted copies added in log steps), plus the last three values
+// made before it, repeated every three lanes.
+void FeedbackRoundsVec(uint32_t *HWY_RESTRICT round, uint32_t *HWY_RESTRICT draws, std::size_t rounds) {
+#if HWY_TARGET == HWY_SCALAR
+    return FeedbackRoundsPlain(round, draws, rounds);
+#else
+    const hn::ScalableTag<uint32_t> d;
+    const std::size_t N = hn::Lanes(d);
+    if (N < 4 || N > 16) return FeedbackRoundsPlain(round, draws, rounds);
+    const std::size_t C = 32 / N;
+    HWY_ALIGN int32_t first[16], later[16], shift[3][16];
+    HWY_ALIGN uint32_t keep[3][16];
+    for (std::size_t k = 0; k < N; ++k) {
+        first[k] = static_cast<int32_t>(28 % N + k % 3);  // y[-3..-1]: lanes 28..30 of the round before
+        later[k] = static_cast<int32_t>(N - 3 + k % 3);   // the last three lanes of the vector before
+        for (int j = 0; j < 3; ++j) {
+            const std::size_t by = std::size_t{3} << j;
+            shift[j][k] = static_cast<int32_t>(k >= by ? k - by : 0);
+            keep[j][k] = k >= by ? ~0u : 0u;
+        }
+    }
+    const int steps = N == 4 ? 1 : N == 8 ? 2 : 3;
+    const auto from_first = hn::SetTableIndices(d, first), from_later = hn::SetTableIndices(d, later);
+    const auto s0 = hn::SetTableIndices(d, shift[0]), s1 = hn::SetTableIndices(d, shift[1]),
+               s2 = hn::SetTableIndices(d, shift[2]);
+    const auto k0 = hn::Load(d, keep[0]), k1 = hn::Load(d, keep[1]), k2 = hn::Load(d, keep[2]);
+    hn::Vec<decltype(d)> prev[8], cur[8];
+    for (std::size_t v = 0; v < C; ++v) prev[v] = hn::LoadU(d, round + v * N);
+    for (std::size_t r = 0; r < rounds; ++r, draws += 31) {
+        for (std::size_t v = 0; v < C; ++v) {
+            auto t = prev[v];
+            t = hn::Add(t, hn::And(hn::TableLookupLanes(t, s0), k0));
+            if (steps > 1) t = hn::Add(t, hn::And(hn::TableLookupLanes(t, s1), k1));
+            if (steps > 2) t = hn::Add(t, hn::And(hn::TableLookupLanes(t, s2), k2));
+            const auto carry = v == 0 ? hn::TableLookupLanes(prev[28 / N], from_first)
+                                      : hn::TableLookupLanes(cur[v - 1], from_later);
+            cur[v] = hn::Add(t, carry);
+            hn::StoreU(hn::ShiftRight<1>(cur[v]), d, draws + v * N);
+        }
+        for (std::size_t v = 0; v < C; ++v) prev[v] = cur[v];
+    }
+    for (std::size_t v = 0; v < C; ++v) hn::StoreU(prev[v], d, round + v * N);
+#endif
+}
+
 }  // namespace HWY_NAMESPACE
 }  // namespace imge
 HWY_AFTER_NAMESPACE();
@@ -72,6 +120,7 @@ HWY_AFTER_NAMESPACE();
 namespace imge {
 HWY_EXPORT(OffsetRowVec);
 HWY_EXPORT(GaussianRowVec);
+HWY_EXPORT(FeedbackRoundsVec);
 
 void OffsetRow(const uint8_t *in, const uint32_t *draws, const int32_t *off, std::size_t n, uint8_t *out) {
     HWY_DYNAMIC_DISPATCH(OffsetRowVec)(in, draws, off, n, out);
@@ -80,6 +129,10 @@ void OffsetRow(const uint8_t *in, const uint32_t *draws, const int32_t *off, std
 void GaussianRow(const uint8_t *in, const uint32_t *draws, const double *s, const double *cs, double amount,
                  std::size_t n, uint8_t *out) {
     HWY_DYNAMIC_DISPATCH(GaussianRowVec)(in, draws, s, cs, amount, n, out);
+}
+
+void FeedbackRounds(uint32_t *round, uint32_t *draws, std::size_t rounds) {
+    HWY_DYNAMIC_DISPATCH(FeedbackRoundsVec)(round, draws, rounds);
 }
 
 }  // namespace imge
