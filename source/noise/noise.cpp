@@ -184,7 +184,7 @@ bool IntegerOffsets(const double *a, int32_t *off) {
             off[k] = -256;
         } else {
             const double whole = std::floor(a[k]), f = a[k] - whole;
-            if (f > 1.0 - 0x1p-40) return false;
+            if (!(f <= 1.0 - 0x1p-40)) return false;
             off[k] = static_cast<int32_t>(whole);
         }
     }
