@@ -11,6 +11,7 @@
 // order, so the bytes are those of the formulas evaluated one by one.
 #include <cmath>
 #include <cstdint>
+#include <algorithm>
 #include <cstring>
 #include <ctime>
 
@@ -224,12 +225,27 @@ public:
         if (!(alpha > e)) return 0;
         int i = 0;
         if (sums_[p]) {
-            const long long thr = thr_[p];
-            long long sum = first == 0 ? 0 : ln_[first];
-            do {
-                sum += ln_[Draw()];
-                ++i;
-            } while (sum > thr + kMargin && i < kMaxRun);
+            const long long thr = thr_[p], above = thr + kMargin;
+            const int32_t *ln = ln_.get();
+            long long sum = first == 0 ? 0 : ln[first];
+            for (;;) {  // in locals, which stay in registers
+                const std::uint32_t *buf = buf_.get();
+                const std::size_t to = std::min(end_, keep_ + 1 + kMaxRun);
+                std::size_t pos = pos_;
+                // The sums only fall: four draws at a time while the fourth
+                // sum stays above, then one at a time.
+                for (; pos + 4 <= to; pos += 4) {
+                    const long long next = sum + ((ln[buf[pos]] + ln[buf[pos + 1]]) +
+                                                  (static_cast<long long>(ln[buf[pos + 2]]) + ln[buf[pos + 3]]));
+                    if (next <= above) break;
+                    sum = next;
+                }
+                while (pos < to && sum > above) sum += ln[buf[pos++]];
+                pos_ = pos;
+                if (sum <= above || pos == keep_ + 1 + kMaxRun) break;
+                Refill();
+            }
+            i = static_cast<int>(pos_ - keep_ - 1);
             if (sum < thr - kMargin && i < kMaxRun) return ToByte(i / amount_);
             pos_ = keep_ + 1;  // too close to tell: the formula's own products
             i = 0;
