@@ -56,14 +56,21 @@ public:
     // The next n draws, each cut to its low 15 bits (all the noise uses),
     // into out: the same values n calls of Next() would give.
     void Fill(std::uint32_t *out, std::size_t n) {
-        while (n > 0) {
-            if (pos_ == kBlock) Refill();
+        for (;;) {
             const std::size_t take = n < kBlock - pos_ ? n : kBlock - pos_;
             const std::uint32_t *d = draws_ + pos_;
             for (std::size_t i = 0; i < take; ++i) out[i] = d[i] & 0x7FFF;
             out += take;
             n -= take;
             pos_ += take;
+            if (n == 0) return;
+            // Whole rounds straight into out, as long as the lane written
+            // beyond each round still falls inside it.
+            const std::size_t rounds = (n - 1) / 31;
+            FeedbackRounds(round_, out, rounds, 0x7FFF);
+            out += 31 * rounds;
+            n -= 31 * rounds;
+            Refill();
         }
     }
 
@@ -71,7 +78,7 @@ private:
     static constexpr std::size_t kRounds = 64, kBlock = 31 * kRounds;
 
     void Refill() {
-        FeedbackRounds(round_, draws_, kRounds);
+        FeedbackRounds(round_, draws_, kRounds, 0xFFFFFFFFu);
         pos_ = 0;
     }
 

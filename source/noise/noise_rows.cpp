@@ -23,13 +23,13 @@ void GaussianRowPlain(const uint8_t *in, const uint32_t *draws, const double *s,
     }
 }
 
-void FeedbackRoundsPlain(uint32_t *round, uint32_t *draws, std::size_t rounds) {
+void FeedbackRoundsPlain(uint32_t *round, uint32_t *draws, std::size_t rounds, uint32_t mask) {
     uint32_t y[62];
     for (int i = 0; i < 31; ++i) y[i] = round[i];
     for (std::size_t r = 0; r < rounds; ++r, draws += 31) {
         for (int i = 31; i < 62; ++i) y[i] = y[i - 31] + y[i - 3];
         for (int i = 0; i < 31; ++i) {
-            draws[i] = y[31 + i] >> 1;
+            draws[i] = (y[31 + i] >> 1) & mask;
             y[i] = y[31 + i];
         }
     }

@@ -23,8 +23,9 @@ void GaussianRowPlain(const uint8_t *in, const uint32_t *draws, const double *s,
 
 // The generator of draws.h, `rounds` rounds of 31 values on: round[0..30]
 // holds y[n - 31..n - 1] on entry and the last 31 values on return; the draws
-// y >> 1 go to draws[0..31 rounds - 1] (draws[31 rounds] is written over).
-void FeedbackRounds(uint32_t *round, uint32_t *draws, std::size_t rounds);
-void FeedbackRoundsPlain(uint32_t *round, uint32_t *draws, std::size_t rounds);
+// (y >> 1) & mask go to draws[0..31 rounds - 1] (draws[31 rounds] is written
+// over).
+void FeedbackRounds(uint32_t *round, uint32_t *draws, std::size_t rounds, uint32_t mask);
+void FeedbackRoundsPlain(uint32_t *round, uint32_t *draws, std::size_t rounds, uint32_t mask);
 
 }  // namespace imge

@@ -69,13 +69,14 @@ void GaussianRowVec(const uint8_t *HWY_RESTRICT in, const uint32_t *HWY_RESTRICT
 // round before, so each vector is its predecessor's plus the sums along lanes
 // three apart (shifted copies added in log steps), plus the last three values
 // made before it, repeated every three lanes.
-void FeedbackRoundsVec(uint32_t *HWY_RESTRICT round, uint32_t *HWY_RESTRICT draws, std::size_t rounds) {
+void FeedbackRoundsVec(uint32_t *HWY_RESTRICT round, uint32_t *HWY_RESTRICT draws, std::size_t rounds,
+                       uint32_t mask) {
 #if HWY_TARGET == HWY_SCALAR
-    return FeedbackRoundsPlain(round, draws, rounds);
+    return FeedbackRoundsPlain(round, draws, rounds, mask);
 #else
     const hn::ScalableTag<uint32_t> d;
     const std::size_t N = hn::Lanes(d);
-    if (N < 4 || N > 16) return FeedbackRoundsPlain(round, draws, rounds);
+    if (N < 4 || N > 16) return FeedbackRoundsPlain(round, draws, rounds, mask);
     const std::size_t C = 32 / N;
     HWY_ALIGN int32_t first[16], later[16], shift[3][16];
     HWY_ALIGN uint32_t keep[3][16];
@@ -93,6 +94,7 @@ void FeedbackRoundsVec(uint32_t *HWY_RESTRICT round, uint32_t *HWY_RESTRICT draw
     const auto s0 = hn::SetTableIndices(d, shift[0]), s1 = hn::SetTableIndices(d, shift[1]),
                s2 = hn::SetTableIndices(d, shift[2]);
     const auto k0 = hn::Load(d, keep[0]), k1 = hn::Load(d, keep[1]), k2 = hn::Load(d, keep[2]);
+    const auto vmask = hn::Set(d, mask);
     hn::Vec<decltype(d)> prev[8], cur[8];
     for (std::size_t v = 0; v < C; ++v) prev[v] = hn::LoadU(d, round + v * N);
     for (std::size_t r = 0; r < rounds; ++r, draws += 31) {
@@ -104,7 +106,7 @@ void FeedbackRoundsVec(uint32_t *HWY_RESTRICT round, uint32_t *HWY_RESTRICT draw
             const auto carry = v == 0 ? hn::TableLookupLanes(prev[28 / N], from_first)
                                       : hn::TableLookupLanes(cur[v - 1], from_later);
             cur[v] = hn::Add(t, carry);
-            hn::StoreU(hn::ShiftRight<1>(cur[v]), d, draws + v * N);
+            hn::StoreU(hn::And(hn::ShiftRight<1>(cur[v]), vmask), d, draws + v * N);
         }
         for (std::size_t v = 0; v < C; ++v) prev[v] = cur[v];
     }
@@ -131,8 +133,8 @@ void GaussianRow(const uint8_t *in, const uint32_t *draws, const double *s, cons
     HWY_DYNAMIC_DISPATCH(GaussianRowVec)(in, draws, s, cs, amount, n, out);
 }
 
-void FeedbackRounds(uint32_t *round, uint32_t *draws, std::size_t rounds) {
-    HWY_DYNAMIC_DISPATCH(FeedbackRoundsVec)(round, draws, rounds);
+void FeedbackRounds(uint32_t *round, uint32_t *draws, std::size_t rounds, uint32_t mask) {
+    HWY_DYNAMIC_DISPATCH(FeedbackRoundsVec)(round, draws, rounds, mask);
 }
 
 }  // namespace imge
