@@ -235,7 +235,7 @@ public:
                 // The sums only fall: four draws at a time while the fourth
                 // sum stays above, then one at a time.
                 for (; pos + 4 <= to; pos += 4) {
-                    const long long next = sum + ((ln[buf[pos]] + ln[buf[pos + 1]]) +
+                    const long long next = sum + ((static_cast<long long>(ln[buf[pos]]) + ln[buf[pos + 1]]) +
                                                   (static_cast<long long>(ln[buf[pos + 2]]) + ln[buf[pos + 3]]));
                     if (next <= above) break;
                     sum = next;
