@@ -295,8 +295,9 @@ HWY_TARGET_INSTANTIATE_TEST_SUITE_P(NoiseTargets);
 
 TEST_P(NoiseTargets, SameSecondGivesTheReferencesDraws) {
     std::mt19937 rng(4);
-    // The last rounds are large enough for the rows of draws; their Poisson
-    // amounts reach byte counts past which the products are always formed.
+    // The last rounds are large enough for the rows of draws (made in pieces
+    // of 2 048 bytes, so rows longer than that); their Poisson amounts reach
+    // byte counts past which the products are always formed.
     for (int round = 0; round < 50; ++round) {
         const bool large = round >= 40;
         const unsigned type = large ? (round & 1 ? IMF_RGBA : IMF_RGB) : kByteTypes[round % 9];
@@ -305,7 +306,7 @@ TEST_P(NoiseTargets, SameSecondGivesTheReferencesDraws) {
                               : large   ? (round == 43 ? 0.9 : 2.8)
                                         : 0.02 + (rng() % 100) / 50.0;
         OwnedImf src;
-        MakeRandom(rng, type, large ? 190 : 1 + static_cast<int>(rng() % 30), large ? 120 : 1 + static_cast<int>(rng() % 12),
+        MakeRandom(rng, type, large ? 760 : 1 + static_cast<int>(rng() % 30), large ? 30 : 1 + static_cast<int>(rng() % 12),
                    4, &src);
         if (large && kind == 3)  // dark but for some full bytes: fewer draws for the reference
             for (long i = 0; i < src->BytesPerLine * src->Height; ++i) src->Data[i] >>= i % 61 ? 3 : 0;

@@ -311,10 +311,10 @@ bool AddNoiseRows(const IMF_BITMAP *src, IMF_BITMAP *fresh, const IMF_RECT &r, d
     const int bpp = src->BytesPerPixel;
     // 4-byte pixels: the first three bytes are gathered into a packed row.
     const std::size_t m = static_cast<std::size_t>(r.width) * (bpp == 4 ? 3 : bpp);
-    const std::size_t per_row = gaussian ? 2 * m : m;
+    constexpr std::size_t kPiece = 2048;
     Scratch<std::uint32_t> draws;
     Scratch<TUbyte> packed;
-    if (!draws.Allocate(per_row) || (bpp == 4 && !packed.Allocate(2 * m))) return false;
+    if (!draws.Allocate(2 * kPiece) || (bpp == 4 && !packed.Allocate(2 * m))) return false;
     ForEachSeparateRow(src, fresh, r, [&](const TUbyte *in, TUbyte *out, TLong n) {
         const TUbyte *row_in = in;
         TUbyte *row_out = out;
@@ -323,11 +323,15 @@ bool AddNoiseRows(const IMF_BITMAP *src, IMF_BITMAP *fresh, const IMF_RECT &r, d
             row_out = packed.get() + m;
             for (TLong x = 0; x < n; ++x) std::memcpy(packed.get() + 3 * x, in + 4 * x, 3);
         }
-        g.Fill(draws.get(), per_row);
-        if (gaussian)
-            GaussianRow(row_in, draws.get(), t.a.get(), t.b.get(), amount, m, row_out);
-        else
-            OffsetRow(row_in, draws.get(), off.get(), m, row_out);
+        // A piece of the row at a time, so that its draws stay in the first-level cache.
+        for (std::size_t x = 0; x < m; x += kPiece) {
+            const std::size_t len = std::min(kPiece, m - x);
+            g.Fill(draws.get(), gaussian ? 2 * len : len);
+            if (gaussian)
+                GaussianRow(row_in + x, draws.get(), t.a.get(), t.b.get(), amount, len, row_out + x);
+            else
+                OffsetRow(row_in + x, draws.get(), off.get(), len, row_out + x);
+        }
         if (bpp == 4)
             for (TLong x = 0; x < n; ++x) {
                 std::memcpy(out + 4 * x, row_out + 3 * x, 3);
