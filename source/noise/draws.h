@@ -7,8 +7,11 @@
 // exactly what rand() yields after the same srand; otherwise from rand().
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <cstdlib>
+
+#include "noise/noise_rows.h"
 
 namespace imge {
 namespace noise {
@@ -16,9 +19,8 @@ namespace noise {
 // The additive feedback generator behind glibc's rand() (its default state
 // of 31 words): seeded by the minimal standard generator 16807 x mod 2^31 - 1,
 // then y[n] = y[n - 31] + y[n - 3] mod 2^32 with the first 310 values thrown
-// away; each draw is y[n] >> 1. Values are made a block at a time through the
-// same recurrence unfolded twice, y[n] = y[n-9] + y[n-31] + y[n-34] + y[n-37],
-// whose shortest distance of 9 lets the block loop run in vectors.
+// away; each draw is y[n] >> 1. Values are made 31 at a time (FeedbackRounds,
+// noise_rows.h), a round from the one before it.
 class FeedbackDraws {
 public:
     explicit FeedbackDraws(unsigned seed) {
@@ -42,26 +44,48 @@ public:
         for (int i = 0; i < 31; ++i) words[i] = first[(i + 3) % 31];
         for (int i = 0; i < 31; ++i) first[i] = words[i];
         for (int i = 31; i < 31 + 310; ++i) first[i] = first[i - 31] + first[i - 3];
-        for (int i = 0; i < kHistory; ++i) y_[kBlock + i] = first[31 + 310 - kHistory + i];
-        pos_ = kEnd;
+        for (int i = 0; i < 31; ++i) round_[i] = first[310 + i];
+        round_[31] = 0;
+        pos_ = kBlock;
     }
 
     unsigned Next() {
-        if (pos_ == kEnd) Refill();
-        return y_[pos_++] >> 1;
+        if (pos_ == kBlock) Refill();
+        return draws_[pos_++];
+    }
+
+    // The next n draws, each cut to its low 15 bits (all the noise uses),
+    // into out: the same values n calls of Next() would give.
+    void Fill(std::uint32_t *out, std::size_t n) {
+        for (;;) {
+            const std::size_t take = n < kBlock - pos_ ? n : kBlock - pos_;
+            const std::uint32_t *d = draws_ + pos_;
+            for (std::size_t i = 0; i < take; ++i) out[i] = d[i] & 0x7FFF;
+            out += take;
+            n -= take;
+            pos_ += take;
+            if (n == 0) return;
+            // Whole rounds straight into out, as long as the lane written
+            // beyond each round still falls inside it.
+            const std::size_t rounds = (n - 1) / 31;
+            FeedbackRounds(round_, out, rounds, 0x7FFF);
+            out += 31 * rounds;
+            n -= 31 * rounds;
+            Refill();
+        }
     }
 
 private:
-    static constexpr int kHistory = 37, kBlock = 1024, kEnd = kHistory + kBlock;
+    static constexpr std::size_t kRounds = 64, kBlock = 31 * kRounds;
 
     void Refill() {
-        for (int i = 0; i < kHistory; ++i) y_[i] = y_[kBlock + i];
-        for (int i = kHistory; i < kEnd; ++i) y_[i] = y_[i - 9] + y_[i - 31] + y_[i - 34] + y_[i - 37];
-        pos_ = kHistory;
+        FeedbackRounds(round_, draws_, kRounds, 0xFFFFFFFFu);
+        pos_ = 0;
     }
 
-    std::uint32_t y_[kEnd];
-    int pos_;
+    std::uint32_t round_[32];  // the last 31 values (and room for a 32nd lane)
+    std::uint32_t draws_[kBlock + 1];
+    std::size_t pos_;
 };
 
 // rand() itself, for C libraries whose generator the copy does not match.

@@ -10,6 +10,8 @@
 // for the call; what remains is the very same double operations in the same
 // order, so the bytes are those of the formulas evaluated one by one.
 #include <cmath>
+#include <cstdint>
+#include <algorithm>
 #include <cstring>
 #include <ctime>
 
@@ -19,6 +21,7 @@
 #include "libformat.h"
 #include "libtools.h"
 #include "noise/draws.h"
+#include "noise/noise_rows.h"
 
 namespace imge {
 namespace noise {
@@ -168,6 +171,177 @@ void AddNoise(const IMF_BITMAP *src, IMF_BITMAP *fresh, const IMF_RECT &r, doubl
     }
 }
 
+// Uniform and Laplacian noise add a looked-up double a to the byte p and
+// truncate p + a held to 0..255. Where a's fraction f is 0, or at most
+// 1 - 2^-40, p + a rounds to a double with the integer part p + floor(a) (the
+// sums stay below 512, whose doubles are 2^-44 apart), so the byte is
+// p + floor(a) held to 0..255; offsets beyond +-256 send every byte to 0 or
+// 255 alike. False when some entry has a fraction closer to 1: the caller
+// then adds the doubles.
+bool IntegerOffsets(const double *a, int32_t *off) {
+    for (int k = 0; k < kDrawValues; ++k) {
+        if (a[k] >= 256.0) {
+            off[k] = 256;
+        } else if (a[k] <= -256.0) {
+            off[k] = -256;
+        } else {
+            const double whole = std::floor(a[k]), f = a[k] - whole;
+            if (!(f <= 1.0 - 0x1p-40)) return false;
+            off[k] = static_cast<int32_t>(whole);
+        }
+    }
+    return true;
+}
+
+// Poisson noise from a buffer of draws. The formula multiplies draws until
+// the product falls to E = exp(-amount p) and counts them; the count is found
+// here by adding the logarithms of the draws as integers (units of 2^-20),
+// which adds without rounding. Each such logarithm is off by at most half a
+// unit, log E alike, and the product's roundings move its logarithm by less
+// than 2^-40 per factor, so as long as the sum is more than kMargin from log E
+// after at most kMaxRun factors, it is on the same side as the product of the
+// formula. Otherwise the byte's draws are read again and multiplied as the
+// formula does. Where E is below 2^-1000 (the products might lose bits below
+// the smallest normal double) the bytes are always multiplied.
+class PoissonBytes {
+public:
+    PoissonBytes(FeedbackDraws &g, const NoiseTables &t, double amount) : g_(g), t_(t), amount_(amount) {}
+
+    bool Build() {
+        if (!buf_.Allocate(kCap) || !ln_.Allocate(kDrawValues)) return false;
+        ln_[0] = -(1 << 30);  // a draw of 0 ends the product: far below any log E admitted
+        for (int k = 1; k < kDrawValues; ++k) ln_[k] = static_cast<int32_t>(std::llround(std::log(t_.b[k]) * kUnit));
+        for (int p = 0; p < 256; ++p) {
+            sums_[p] = t_.byte[p] >= 0x1p-1000;
+            thr_[p] = sums_[p] ? std::llround(std::log(t_.byte[p]) * kUnit) : 0;
+        }
+        return true;
+    }
+
+    TUbyte Byte(TUbyte p) {
+        keep_ = pos_;
+        const double e = t_.byte[p];
+        const unsigned first = Draw();
+        double alpha = t_.a[first];
+        if (!(alpha > e)) return 0;
+        int i = 0;
+        if (sums_[p]) {
+            const long long thr = thr_[p], above = thr + kMargin;
+            const int32_t *ln = ln_.get();
+            long long sum = first == 0 ? 0 : ln[first];
+            for (;;) {  // in locals, which stay in registers
+                const std::uint32_t *buf = buf_.get();
+                const std::size_t to = std::min(end_, keep_ + 1 + kMaxRun);
+                std::size_t pos = pos_;
+                // The sums only fall: four draws at a time while the fourth
+                // sum stays above, then one at a time.
+                for (; pos + 4 <= to; pos += 4) {
+                    const long long next = sum + ((static_cast<long long>(ln[buf[pos]]) + ln[buf[pos + 1]]) +
+                                                  (static_cast<long long>(ln[buf[pos + 2]]) + ln[buf[pos + 3]]));
+                    if (next <= above) break;
+                    sum = next;
+                }
+                while (pos < to && sum > above) sum += ln[buf[pos++]];
+                pos_ = pos;
+                if (sum <= above || pos == keep_ + 1 + kMaxRun) break;
+                Refill();
+            }
+            i = static_cast<int>(pos_ - keep_ - 1);
+            if (sum < thr - kMargin && i < kMaxRun) return ToByte(i / amount_);
+            pos_ = keep_ + 1;  // too close to tell: the formula's own products
+            i = 0;
+        }
+        while (alpha > e) {
+            alpha *= t_.b[Draw()];
+            ++i;
+        }
+        return ToByte(i / amount_);
+    }
+
+private:
+    static constexpr double kUnit = 1048576.0;
+    static constexpr long long kMargin = 1024;
+    static constexpr int kMaxRun = 1800;
+    static constexpr std::size_t kCap = 1 << 14;
+
+    unsigned Draw() {
+        if (pos_ == end_) Refill();
+        return buf_[pos_++];
+    }
+    // Keeps the current byte's draws (unless there are too many to read
+    // again) and makes new ones behind them.
+    void Refill() {
+        if (end_ - keep_ > kCap / 2) keep_ = end_;
+        std::memmove(buf_.get(), buf_.get() + keep_, (end_ - keep_) * sizeof(std::uint32_t));
+        pos_ -= keep_;
+        end_ -= keep_;
+        keep_ = 0;
+        g_.Fill(buf_.get() + end_, kCap - end_);
+        end_ = kCap;
+    }
+
+    FeedbackDraws &g_;
+    const NoiseTables &t_;
+    const double amount_;
+    Scratch<std::uint32_t> buf_;
+    Scratch<int32_t> ln_;  // logarithm of each draw in units of 2^-20
+    long long thr_[256];   // logarithm of E for each byte, same units
+    bool sums_[256];       // whether the sums may decide
+    std::size_t pos_ = 0, end_ = 0, keep_ = 0;
+};
+
+// Noise from the private generator on areas large enough for tables: a row's
+// draws are made at once and the row computed by the vector rows
+// (noise_rows.h); Poisson noise byte by byte (PoissonBytes). False, before
+// any draw, when short of memory or when the offsets cannot be integers; the
+// caller then draws byte by byte.
+bool AddNoiseRows(const IMF_BITMAP *src, IMF_BITMAP *fresh, const IMF_RECT &r, double amount, TWord type,
+                  FeedbackDraws &g) {
+    const long long bytes = static_cast<long long>(r.width) * r.height * src->BytesPerPixel;
+    NoiseTables t;
+    if (bytes < kTableBytes || !t.Build(type, amount)) return false;
+    if (type == IMF_NoisePoisson) {
+        PoissonBytes poisson(g, t, amount);
+        if (!poisson.Build()) return false;
+        EachByte(src, fresh, r, [&](TUbyte p) { return poisson.Byte(p); });
+        return true;
+    }
+    const bool gaussian = type == IMF_NoiseGaussian;
+    Scratch<int32_t> off;
+    if (!gaussian && (!off.Allocate(kDrawValues) || !IntegerOffsets(t.a.get(), off.get()))) return false;
+    const int bpp = src->BytesPerPixel;
+    // 4-byte pixels: the first three bytes are gathered into a packed row.
+    const std::size_t m = static_cast<std::size_t>(r.width) * (bpp == 4 ? 3 : bpp);
+    constexpr std::size_t kPiece = 2048;
+    Scratch<std::uint32_t> draws;
+    Scratch<TUbyte> packed;
+    if (!draws.Allocate(2 * kPiece) || (bpp == 4 && !packed.Allocate(2 * m))) return false;
+    ForEachSeparateRow(src, fresh, r, [&](const TUbyte *in, TUbyte *out, TLong n) {
+        const TUbyte *row_in = in;
+        TUbyte *row_out = out;
+        if (bpp == 4) {
+            row_in = packed.get();
+            row_out = packed.get() + m;
+            for (TLong x = 0; x < n; ++x) std::memcpy(packed.get() + 3 * x, in + 4 * x, 3);
+        }
+        // A piece of the row at a time, so that its draws stay in the first-level cache.
+        for (std::size_t x = 0; x < m; x += kPiece) {
+            const std::size_t len = std::min(kPiece, m - x);
+            g.Fill(draws.get(), gaussian ? 2 * len : len);
+            if (gaussian)
+                GaussianRow(row_in + x, draws.get(), t.a.get(), t.b.get(), amount, len, row_out + x);
+            else
+                OffsetRow(row_in + x, draws.get(), off.get(), len, row_out + x);
+        }
+        if (bpp == 4)
+            for (TLong x = 0; x < n; ++x) {
+                std::memcpy(out + 4 * x, row_out + 3 * x, 3);
+                out[4 * x + 3] = in[4 * x + 3];
+            }
+    });
+    return true;
+}
+
 }  // namespace
 }  // namespace noise
 }  // namespace imge
@@ -189,7 +363,8 @@ IMF_ERROR imfNoise(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, doubl
     const unsigned seed = static_cast<unsigned>(std::time(nullptr));
     if (imge::noise::FeedbackMatchesRand(seed)) {
         imge::noise::FeedbackDraws draws(seed);
-        imge::noise::AddNoise(src, &fresh, r, amount, type, draws);
+        if (!imge::noise::AddNoiseRows(src, &fresh, r, amount, type, draws))
+            imge::noise::AddNoise(src, &fresh, r, amount, type, draws);
     } else {
         imge::noise::RandDraws draws;
         imge::noise::AddNoise(src, &fresh, r, amount, type, draws);
