@@ -8,6 +8,7 @@
 #include <vector>
 
 #include <hwy/targets.h>
+#include <opencv2/imgproc.hpp>
 
 #include "bench_common.h"
 #include "libformat.h"
@@ -95,8 +96,63 @@ void OnPublicCopy(benchmark::State &state, Op op) {
     imgFreeBitmap(img);
 }
 
+cv::Mat PeerView() {
+    const IMF_BITMAP &b = bench::PeerPhoto();
+    return cv::Mat(b.Height, b.Width, CV_8UC3, b.Data, static_cast<std::size_t>(b.BytesPerLine));
+}
+
+// The colour rows of the side-by-side table (see bench_common.h): our
+// operation into a new bitmap against cv::cvtColor into a new matrix.
+void AddPeerRows() {
+    using Op = IMF_ERROR (*)(IMF_BITMAP *, IMF_BITMAP *);
+    auto ours = [](Op op) {
+        return [op] {
+            IMF_BITMAP src = bench::PeerPhoto(), out;  // read only
+            if (op(&src, &out) != IMF_NOERROR) std::abort();
+            benchmark::DoNotOptimize(out.Data);
+            imfFree(&out);
+        };
+    };
+    auto convert = [](std::initializer_list<int> codes) {
+        const std::vector<int> steps(codes);
+        return [steps] {
+            cv::Mat in = PeerView(), out;
+            for (int code : steps) {
+                cv::cvtColor(in, out, code);
+                in = out;
+                out = cv::Mat();
+            }
+            benchmark::DoNotOptimize(in.data);
+        };
+    };
+    bench::AddPeerRow("imfSwapColors", ours([](IMF_BITMAP *s, IMF_BITMAP *d) {
+                          return imfSwapColors(s, d, nullptr, IMF_SwapColors_BGR);
+                      }), "cv::cvtColor RGB2BGR", convert({cv::COLOR_RGB2BGR}), 1.0);
+    bench::AddPeerRow("imfDesaturate", ours([](IMF_BITMAP *s, IMF_BITMAP *d) { return imfDesaturate(s, d, nullptr); }),
+                      "cv::cvtColor RGB2GRAY", convert({cv::COLOR_RGB2GRAY}), 1.0);
+    // Ours adjusts into a clone of the public bitmap; the peer converts to
+    // HLS and back, each step into a new matrix.
+    bench::AddPeerRow("imgAdjustHLS", [] {
+                          static IMG_BITMAP *img = [] {
+                              IMG_BITMAP *b = imgCreateBitmap(IMG_RGB, bench::kWidth, bench::kHeight);
+                              const IMF_BITMAP &p = bench::PeerPhoto();
+                              for (int y = 0; y < b->Height; ++y)
+                                  std::memcpy(b->Data + static_cast<std::size_t>(y) * b->BytesPerLine,
+                                              p.Data + static_cast<std::size_t>(y) * p.BytesPerLine, b->Width * 3u);
+                              return b;
+                          }();
+                          IMG_BITMAP *out = nullptr;
+                          if (imgAdjustHLS(img, &out, 10, 5, 20) != IMG_NO_ERROR) std::abort();
+                          benchmark::DoNotOptimize(out->Data);
+                          imgFreeBitmap(out);
+                      },
+                      "cv::cvtColor RGB2HLS2RGB", convert({cv::COLOR_RGB2HLS, cv::COLOR_HLS2RGB}), 1.0);
+    // The noise row (imfNoise Gaussian against cv::randn + add) goes here.
+}
+
 struct Register {
     Register() {
+        AddPeerRows();
         auto ms = [](benchmark::internal::Benchmark *b) { b->Unit(benchmark::kMillisecond); };
         ms(benchmark::RegisterBenchmark("colour/memcpy", Memcpy));
         ms(benchmark::RegisterBenchmark("colour/memcpy_fresh", MemcpyFresh));

@@ -37,7 +37,11 @@ IMF_ERROR RunRowFrame(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, in
     // the work bitmap is always asked for with 8 bits (0 and 8 give the same
     // bitmap; other values would only make the allocation fail).
     IMF_BITMAP work;
-    if (!imfAllockEx(&work, src->Type, src->Pack, src->Width, src->Height, 8)) return IMF_ERRMEMORY;
+    // Without an area the kernel writes every byte of every row: the pixels
+    // are not cleared first.
+    if (!(area ? imfAllockEx(&work, src->Type, src->Pack, src->Width, src->Height, 8)
+               : AllocateUncleared(&work, src->Type, src->Pack, src->Width, src->Height, 8)))
+        return IMF_ERRMEMORY;
     if (area) CopyPixels(src, &work);
     work.TransparentIndex = -1;
     work.ColorUsed = src->ColorUsed;

@@ -7,7 +7,7 @@
 
 namespace imge {
 
-IMF_ERROR BeginSeparate(const IMF_BITMAP *src, const IMF_RECT *area, IMF_BITMAP *fresh) {
+IMF_ERROR BeginSeparate(const IMF_BITMAP *src, const IMF_RECT *area, IMF_BITMAP *fresh, bool writes_every_pixel) {
     std::memset(fresh, 0, sizeof *fresh);
     // The new bitmap keeps the source's bits per component. Byte bitmaps that
     // claim 2..7 bits still hold one byte per component, so they are made as
@@ -16,7 +16,9 @@ IMF_ERROR BeginSeparate(const IMF_BITMAP *src, const IMF_RECT *area, IMF_BITMAP 
     if (bits > 8) return IMF_ERRBADBITMAP;
     if (bits != 0 && bits != 1) bits = 8;
     if (bits == 1 && src->Type != IMF_BINARY) bits = 8;
-    if (!imfAllockEx(fresh, src->Type, src->Pack, src->Width, src->Height, bits)) {
+    const bool uncleared = writes_every_pixel && !area;
+    if (!(uncleared ? AllocateUncleared(fresh, src->Type, src->Pack, src->Width, src->Height, bits)
+                    : imfAllockEx(fresh, src->Type, src->Pack, src->Width, src->Height, bits))) {
         std::memset(fresh, 0, sizeof *fresh);
         return IMF_ERRMEMORY;
     }

@@ -1,8 +1,11 @@
 #include "core/target.h"
 
+#include <cstdint>
+#include <cstdlib>
 #include <cstring>
 
 #include "libtools.h"
+#include "records/large_blocks.h"
 #include "records/pixel_types.h"
 
 namespace imge {
@@ -18,6 +21,31 @@ IMF_ERROR AllocateLike(const IMF_BITMAP *src, IMF_BITMAP *out, bool copy_palette
         return IMF_ERRMEMORY;
     }
     return IMF_NOERROR;
+}
+
+TUword AllocateUncleared(IMF_BITMAP *b, TLong type, TLong pack, TLong width, TLong height, TLong bits) {
+    // The record of a bitmap without rows, then rows of uncleared memory.
+    if (height < 0 || !imfAllockEx(b, type, pack, width, 0, bits)) return 0;
+    const long long bpl = b->BytesPerLine;
+    if (bpl != 0 && height > INT32_MAX / bpl) {
+        imfFree(b);
+        return 0;
+    }
+    const std::size_t total = static_cast<std::size_t>(bpl) * static_cast<std::size_t>(height);
+    auto *data = static_cast<TUbyte *>(imgrec::AllocateBlock(total, false));
+    if (!data) {
+        imfFree(b);
+        return 0;
+    }
+    std::free(b->Data);
+    b->Data = data;
+    b->Height = height;
+    const long long row = imgrec::RowBytes(static_cast<unsigned>(type), width);
+    if (row < bpl)
+        for (TLong y = 0; y < height; ++y)
+            std::memset(data + static_cast<std::size_t>(y) * static_cast<std::size_t>(bpl) + row, 0,
+                        static_cast<std::size_t>(bpl - row));
+    return 1;
 }
 
 void CopyPixels(const IMF_BITMAP *src, IMF_BITMAP *dst) {

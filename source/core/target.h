@@ -12,6 +12,13 @@ namespace imge {
 // IMF_NOERROR or IMF_ERRMEMORY (then `out` owns nothing).
 IMF_ERROR AllocateLike(const IMF_BITMAP *src, IMF_BITMAP *out, bool copy_palette);
 
+// imfAllockEx for a bitmap whose every pixel the caller writes before
+// anything reads it: the same record, but the pixel block is not cleared
+// first (only the padding after each row's pixels is), which saves a pass
+// over memory that an application's allocator hands back already used.
+// 1 on success, 0 (and nothing owned) when refused or memory is short.
+TUword AllocateUncleared(IMF_BITMAP *b, TLong type, TLong pack, TLong width, TLong height, TLong bits);
+
 // Copies every row of pixels from src to dst (same type and size).
 void CopyPixels(const IMF_BITMAP *src, IMF_BITMAP *dst);
 
