@@ -66,6 +66,17 @@ enum NetKind { kNetColumnSort, kNetBoxSelect, kNetCrossSelect };
 void RunNet(const NetProgram &p, int kind, int n, const uint8_t *const *rows, int bpp, std::size_t count,
             uint8_t *const *outs);
 
+// ---- Median of 3 x 3 -------------------------------------------------------------
+// From the sorted columns (sorted[0..2] = smallest, middle, largest of each
+// column, column j of output byte i at i + j * bpp): the median of the nine
+// is the median of (largest of the smallest, median of the middles,
+// smallest of the largest). out[i] for i = begin .. count - 1.
+void Median3SelectPlain(const uint8_t *const *sorted, int bpp, std::size_t begin, std::size_t count, uint8_t *out);
+// The whole 3 x 3 median of output positions 0 .. count - 1 from the three
+// rows in[0..2] (read up to count + 2 * bpp - 1) in vectors; returns how
+// many positions it did (0 or count: the plain path does the rest).
+std::size_t Median3Row(const uint8_t *const *in, int bpp, std::size_t count, uint8_t *out);
+
 // ---- Median by a sliding histogram -----------------------------------------------
 // The ((n * n) >> 1)-th smallest of each n x n neighbourhood, one histogram
 // per byte position sliding along the row (for the larger sizes).

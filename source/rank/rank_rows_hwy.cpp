@@ -131,6 +131,42 @@ void PickRowsVec(bool is_max, const uint8_t *a, const uint8_t *b, uint8_t *dst, 
 #endif
 }
 
+// Median of 3 x 3 for output positions 0 .. count - 1 (count >= one
+// vector) from the three rows at `in`, straight from the rows: each of the
+// three columns of a vector of positions sorted in registers, then
+// Median3SelectPlain's formula. Returns the positions done (0 on the
+// one-lane target).
+std::size_t Median3RowVec(const uint8_t *const *in, int bpp, std::size_t count, uint8_t *HWY_RESTRICT out) {
+#if HWY_TARGET == HWY_SCALAR
+    (void)in, (void)bpp, (void)count, (void)out;
+    return 0;
+#else
+    const hn::ScalableTag<uint8_t> d;
+    using V = hn::Vec<decltype(d)>;
+    const std::size_t L = hn::Lanes(d);
+    if (count < L) return 0;
+    const std::size_t s1 = static_cast<std::size_t>(bpp);
+    const uint8_t *r0 = in[0], *r1 = in[1], *r2 = in[2];
+    auto at = [&](std::size_t t) HWY_ATTR {
+        V lo[3], mid[3], hi[3];
+        for (int j = 0; j < 3; ++j, t += s1) {
+            const V x = hn::LoadU(d, r0 + t), y = hn::LoadU(d, r1 + t), w = hn::LoadU(d, r2 + t);
+            const V p = hn::Min(x, y), q = hn::Max(x, y);
+            lo[j] = hn::Min(p, w);
+            hi[j] = hn::Max(q, w);
+            mid[j] = hn::Max(p, hn::Min(q, w));
+        }
+        const V low = hn::Max(hn::Max(lo[0], lo[1]), lo[2]), high = hn::Min(hn::Min(hi[0], hi[1]), hi[2]);
+        const V m = hn::Max(hn::Min(mid[0], mid[1]), hn::Min(hn::Max(mid[0], mid[1]), mid[2]));
+        return hn::Max(hn::Min(low, m), hn::Min(hn::Max(low, m), high));
+    };
+    std::size_t t = 0;
+    for (; t + L <= count; t += L) hn::StoreU(at(t), d, out + t);
+    if (t < count) hn::StoreU(at(count - L), d, out + count - L);
+    return count;
+#endif
+}
+
 // A fixed network unrolled into straight-line code: every register index is
 // a compile-time constant, so the registers live in vector registers (or
 // spill slots) instead of being looked up per operation.
@@ -222,6 +258,11 @@ namespace imge {
 HWY_EXPORT(MinMaxRowVec);
 HWY_EXPORT(PickRowsVec);
 HWY_EXPORT(RunNetVec);
+HWY_EXPORT(Median3RowVec);
+
+std::size_t Median3Row(const uint8_t *const *in, int bpp, std::size_t count, uint8_t *out) {
+    return HWY_DYNAMIC_DISPATCH(Median3RowVec)(in, bpp, count, out);
+}
 
 void MinMaxRow(bool is_max, const uint8_t *const *slots, int n, int bpp, int begin, int end, uint8_t *scratch,
                uint8_t *out, bool vertical_done) {
