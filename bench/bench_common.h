@@ -40,6 +40,8 @@ using Call = std::function<void()>;
 // Registers "peer/<row>/warm/ours", ".../warm/<peer>", then the same for
 // cold, each timing `ours` or `peer` under its page mode (one untimed call
 // first), with the ratio ours / peer checked against `target` for both.
+// These rows run after all others (the page modes stay set). Each reports
+// the fastest single call in the thread's processor time.
 void AddPeerRow(const std::string &row, Call ours, const std::string &peer_name, Call peer, double target);
 
 // The read-only 4000 x 3000 RGB photo the peer rows work on.
