@@ -8,8 +8,7 @@
 #include <vector>
 
 #include <hwy/targets.h>
-#include <malloc.h>
-#include <opencv2/core.hpp>
+#include <opencv2/imgproc.hpp>
 
 #include "bench_common.h"
 #include "libformat.h"
@@ -97,48 +96,73 @@ void OnPublicCopy(benchmark::State &state, Op op) {
     imgFreeBitmap(img);
 }
 
-// Gaussian noise beside OpenCV's idiom for it: cv::randn into a matrix of
-// 16-bit offsets, then cv::add with saturation into a new 8-bit matrix. Both
-// sides make their result anew each call; "warm" keeps freed blocks in the
-// heap so the next call gets the same pages back, "cold" maps every large
-// block afresh (glibc's ordinary behaviour), so both pay the page faults.
-void NoisePages(bool warm) {
-    if (warm) {
-        mallopt(M_MMAP_MAX, 0);
-        mallopt(M_TRIM_THRESHOLD, 1 << 30);
-    } else {
-        mallopt(M_MMAP_MAX, 65536);
-        mallopt(M_MMAP_THRESHOLD, 1 << 20);
-        mallopt(M_TRIM_THRESHOLD, 1 << 20);
-        malloc_trim(0);
-    }
+cv::Mat PeerView() {
+    const IMF_BITMAP &b = bench::PeerPhoto();
+    return cv::Mat(b.Height, b.Width, CV_8UC3, b.Data, static_cast<std::size_t>(b.BytesPerLine));
 }
 
-void AddNoisePeer() {
-    for (bool warm : {true, false}) {
-        const std::string base = std::string("colour/noise peer/") + (warm ? "warm/" : "cold/");
-        benchmark::RegisterBenchmark((base + "imfAddGaussianNoise 10").c_str(), [warm](benchmark::State &s) {
-            NoisePages(warm);
-            WithDst(s, [](IMF_BITMAP *a, IMF_BITMAP *d) { imfAddGaussianNoise(a, d, nullptr, 10.0); });
-        })->Unit(benchmark::kMillisecond);
-        benchmark::RegisterBenchmark((base + "cv::randn+add").c_str(), [warm](benchmark::State &s) {
-            NoisePages(warm);
-            cv::setNumThreads(1);
-            const IMF_BITMAP &b = Photo();
-            const cv::Mat in(b.Height, b.Width, CV_8UC3, b.Data, static_cast<std::size_t>(b.BytesPerLine));
-            for (auto _ : s) {
-                cv::Mat noise(in.size(), CV_16SC3), out;
-                cv::randn(noise, 0.0, 10.0);
-                cv::add(in, noise, out, cv::noArray(), CV_8U);
-                benchmark::DoNotOptimize(out.data);
+// The colour rows of the side-by-side table (see bench_common.h): our
+// operation into a new bitmap against cv::cvtColor into a new matrix.
+void AddPeerRows() {
+    using Op = IMF_ERROR (*)(IMF_BITMAP *, IMF_BITMAP *);
+    auto ours = [](Op op) {
+        return [op] {
+            IMF_BITMAP src = bench::PeerPhoto(), out;  // read only
+            if (op(&src, &out) != IMF_NOERROR) std::abort();
+            benchmark::DoNotOptimize(out.Data);
+            imfFree(&out);
+        };
+    };
+    auto convert = [](std::initializer_list<int> codes) {
+        const std::vector<int> steps(codes);
+        return [steps] {
+            cv::Mat in = PeerView(), out;
+            for (int code : steps) {
+                cv::cvtColor(in, out, code);
+                in = out;
+                out = cv::Mat();
             }
-        })->Unit(benchmark::kMillisecond);
-        bench::AddRatio(base + "imfAddGaussianNoise 10", base + "cv::randn+add", 1.0);
-    }
+            benchmark::DoNotOptimize(in.data);
+        };
+    };
+    bench::AddPeerRow("imfSwapColors", ours([](IMF_BITMAP *s, IMF_BITMAP *d) {
+                          return imfSwapColors(s, d, nullptr, IMF_SwapColors_BGR);
+                      }), "cv::cvtColor RGB2BGR", convert({cv::COLOR_RGB2BGR}), 1.0);
+    bench::AddPeerRow("imfDesaturate", ours([](IMF_BITMAP *s, IMF_BITMAP *d) { return imfDesaturate(s, d, nullptr); }),
+                      "cv::cvtColor RGB2GRAY", convert({cv::COLOR_RGB2GRAY}), 1.0);
+    // Ours adjusts into a clone of the public bitmap; the peer converts to
+    // HLS and back, each step into a new matrix.
+    bench::AddPeerRow("imgAdjustHLS", [] {
+                          static IMG_BITMAP *img = [] {
+                              IMG_BITMAP *b = imgCreateBitmap(IMG_RGB, bench::kWidth, bench::kHeight);
+                              const IMF_BITMAP &p = bench::PeerPhoto();
+                              for (int y = 0; y < b->Height; ++y)
+                                  std::memcpy(b->Data + static_cast<std::size_t>(y) * b->BytesPerLine,
+                                              p.Data + static_cast<std::size_t>(y) * p.BytesPerLine, b->Width * 3u);
+                              return b;
+                          }();
+                          IMG_BITMAP *out = nullptr;
+                          if (imgAdjustHLS(img, &out, 10, 5, 20) != IMG_NO_ERROR) std::abort();
+                          benchmark::DoNotOptimize(out->Data);
+                          imgFreeBitmap(out);
+                      },
+                      "cv::cvtColor RGB2HLS2RGB", convert({cv::COLOR_RGB2HLS, cv::COLOR_HLS2RGB}), 1.0);
+    // Gaussian noise against OpenCV's idiom for it: cv::randn into 16-bit
+    // offsets, then a saturating cv::add into a new 8-bit matrix.
+    bench::AddPeerRow("imfAddGaussianNoise 10",
+                      ours([](IMF_BITMAP *s, IMF_BITMAP *d) { return imfAddGaussianNoise(s, d, nullptr, 10.0); }),
+                      "cv::randn+add", [] {
+                          const cv::Mat in = PeerView();
+                          cv::Mat noise(in.size(), CV_16SC3), out;
+                          cv::randn(noise, 0.0, 10.0);
+                          cv::add(in, noise, out, cv::noArray(), CV_8U);
+                          benchmark::DoNotOptimize(out.data);
+                      }, 1.0);
 }
 
 struct Register {
     Register() {
+        AddPeerRows();
         auto ms = [](benchmark::internal::Benchmark *b) { b->Unit(benchmark::kMillisecond); };
         ms(benchmark::RegisterBenchmark("colour/memcpy", Memcpy));
         ms(benchmark::RegisterBenchmark("colour/memcpy_fresh", MemcpyFresh));
@@ -193,7 +217,6 @@ struct Register {
                 s.counters["MPix/s"] = benchmark::Counter(double(bench::kWidth) * bench::kHeight * s.iterations() / 1e6,
                                                           benchmark::Counter::kIsRate);
             }));
-        AddNoisePeer();
         // The operations that make a new bitmap against the warm copy and
         // against a copy into a new bitmap of the same allocator; those that
         // make none (counting, sepia in place) against the warm copy.

@@ -133,8 +133,46 @@ void AddCv(const std::string &name, Peer peer, int n) {
     benchmark::RegisterBenchmark(name.c_str(), OpenCv, peer, n)->Unit(benchmark::kMillisecond);
 }
 
+// The rows of the side-by-side table: a new result each call on both sides.
+void AddPeerRows() {
+    const IMF_BITMAP *photo = &bench::PeerPhoto();
+    auto ours = [photo](RankFn fn, int n) {
+        return [photo, fn, n] {
+            IMF_BITMAP src = *photo, out;  // read only
+            if (fn(&src, &out, nullptr, n) != IMF_NOERROR) std::abort();
+            benchmark::DoNotOptimize(out.Data);
+            imfFree(&out);
+        };
+    };
+    auto peer = [photo](Peer p, int n) {
+        return [photo, p, n] {
+            IMF_BITMAP src = *photo;
+            const cv::Mat m = View(src);
+            const cv::Mat kernel = cv::getStructuringElement(cv::MORPH_RECT, cv::Size(n, n));
+            cv::Mat out;
+            switch (p) {
+            case Peer::kErode: cv::erode(m, out, kernel, cv::Point(-1, -1), 1, cv::BORDER_REPLICATE); break;
+            case Peer::kDilate: cv::dilate(m, out, kernel, cv::Point(-1, -1), 1, cv::BORDER_REPLICATE); break;
+            case Peer::kMedian: cv::medianBlur(m, out, n); break;
+            case Peer::kGauss:
+                cv::GaussianBlur(m, out, cv::Size(n, n), 0.300387 * n, 0.300387 * n, cv::BORDER_REPLICATE);
+                break;
+            }
+            benchmark::DoNotOptimize(out.data);
+        };
+    };
+    bench::AddPeerRow("imfMinimum 3", ours(imfMinimum, 3), "cv::erode 3", peer(Peer::kErode, 3), 1.0);
+    bench::AddPeerRow("imfMaximum 3", ours(imfMaximum, 3), "cv::dilate 3", peer(Peer::kDilate, 3), 1.0);
+    bench::AddPeerRow("imfMedianBox 3", ours(imfMedianBox, 3), "cv::medianBlur 3", peer(Peer::kMedian, 3), 1.0);
+    bench::AddPeerRow("imfMedianBox 15", ours(imfMedianBox, 15), "cv::medianBlur 15", peer(Peer::kMedian, 15), 0.8);
+    for (int n : {7, 25})
+        bench::AddPeerRow("imfBlurGaussian " + std::to_string(n), ours(imfBlurGaussian, n),
+                          "cv::GaussianBlur " + std::to_string(n), peer(Peer::kGauss, n), 1.0);
+}
+
 struct Register {
     Register() {
+        AddPeerRows();
         for (int n : {2, 3, 5, 8, 15}) {
             Add(Name("imfMinimum", n), Ours, imfMinimum, n);
             AddCv(Name("cv::erode", n), Peer::kErode, n);

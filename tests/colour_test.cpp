@@ -10,6 +10,7 @@
 #include <random>
 #include <vector>
 
+#include <hwy/targets.h>
 #include <hwy/tests/hwy_gtest.h>
 
 #include "libformat.h"
@@ -186,6 +187,26 @@ Img PixelsOf(IMG_BITMAP_TYPE type, std::vector<IMG_UINT8> bytes) {
 
 std::vector<IMG_UINT8> Bytes(const IMG_BITMAP *b) {
     return std::vector<IMG_UINT8>(b->Data, b->Data + b->Width * b->BytesPerPixel);
+}
+
+// The vector code against the plain per-pixel code on every value of every
+// component (the vector code derives v / 255 differently), with increments
+// that clamp and that do not.
+TEST(Hls, VectorsGiveThePlainBytesForEveryComponentValue) {
+    std::vector<IMG_UINT8> px;
+    for (int v = 0; v < 256; ++v)
+        for (int c : {v, 255 - v, (v * 7) & 255, (v * 13) & 255, v, 40, 200, (v * 5) & 255, v}) px.push_back(static_cast<IMG_UINT8>(c));
+    const int increments[2][3] = {{10, 5, 20}, {-30, -60, 80}};
+    for (const auto &inc : increments) {
+        Img fast = PixelsOf(IMG_RGB, px), plain = PixelsOf(IMG_RGB, px);
+        ASSERT_EQ(imgAdjustHLS(fast.b, nullptr, inc[0], inc[1], inc[2]), IMG_NO_ERROR);
+        const int64_t targets = hwy::SupportedTargets();
+        hwy::SetSupportedTargetsForTest(HWY_SCALAR);
+        ASSERT_EQ(imgAdjustHLS(plain.b, nullptr, inc[0], inc[1], inc[2]), IMG_NO_ERROR);
+        hwy::SetSupportedTargetsForTest(targets);
+        hwy::GetChosenTarget().Update(hwy::SupportedTargets());
+        EXPECT_EQ(Bytes(fast.b), Bytes(plain.b)) << inc[0];
+    }
 }
 
 TEST(Hls, StatedValues) {

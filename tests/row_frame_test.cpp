@@ -7,6 +7,7 @@
 #include <random>
 
 #include "core/row_frame.h"
+#include "libformat.h"
 #include "libtools.h"
 #include "support/bitmaps.h"
 
@@ -151,3 +152,24 @@ TEST(RowFrame, ExtendedDataIsCopiedIntoTheResult) {
 }
 
 }  // namespace
+
+// Results written in one pass start from uncleared memory: the padding after
+// each row's pixels must still be zero when the allocator hands back a block
+// full of old bytes (a freed block of the same size, filled with 0xFF).
+TEST(RowFrame, PaddingOfResultsIsZeroOnReusedMemory) {
+    using Op = IMF_ERROR (*)(IMF_BITMAP *, IMF_BITMAP *);
+    const Op ops[] = {[](IMF_BITMAP *s, IMF_BITMAP *d) { return imfMinimum(s, d, nullptr, 3); },
+                      [](IMF_BITMAP *s, IMF_BITMAP *d) { return imfMedianBox(s, d, nullptr, 3); },
+                      [](IMF_BITMAP *s, IMF_BITMAP *d) { return imfSwapColors(s, d, nullptr, IMF_SwapColors_BGR); },
+                      [](IMF_BITMAP *s, IMF_BITMAP *d) { return imfDesaturate(s, d, nullptr); }};
+    OwnedImf src;
+    ASSERT_NE(imfAllock(src.get(), IMF_RGB, 8, 5, 4), 0);  // 15 bytes of pixels in rows of 16
+    for (const Op op : ops) {
+        void *old = std::malloc(static_cast<std::size_t>(src->BytesPerLine) * src->Height);
+        std::memset(old, 0xFF, static_cast<std::size_t>(src->BytesPerLine) * src->Height);
+        std::free(old);
+        OwnedImf out;
+        ASSERT_EQ(op(src.get(), out.get()), IMF_NOERROR);
+        for (TLong y = 0; y < out->Height; ++y) EXPECT_EQ(out->Data[y * out->BytesPerLine + 15], 0) << y;
+    }
+}

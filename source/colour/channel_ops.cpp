@@ -38,9 +38,14 @@ IMF_ERROR imfDesaturate(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area) 
     if (imfGetClippingRect(src, area, &rect)) return IMF_ERRBADPARAMS;
     if (!(src->Type & IMF_TRUECOLORS)) return IMF_ERRBADBITMAP;
     const int bpp = src->BytesPerPixel;
-    return imge::RunSeparate(src, dst, area, rect, [bpp](const TUbyte *in, TUbyte *out, TLong n) {
+    IMF_BITMAP fresh;
+    IMF_ERROR rc = imge::BeginSeparate(src, area, &fresh, true);
+    if (rc != IMF_NOERROR) return rc;
+    imge::ForEachSeparateRow(src, &fresh, rect, [bpp](const TUbyte *in, TUbyte *out, TLong n) {
         imge::colour::DesaturateRow(in, out, n, bpp);
     });
+    imge::HandOver(src, dst, &fresh);
+    return IMF_NOERROR;
 }
 
 IMF_ERROR imfExtractChannel(IMF_BITMAP *src, IMF_BITMAP *dst, TLong channel) {
@@ -83,7 +88,7 @@ IMF_ERROR imfSwapColors(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, 
         else if (mode == 3) mode = 0;
     }
     IMF_BITMAP fresh;
-    IMF_ERROR rc = imge::BeginSeparate(src, area, &fresh);
+    IMF_ERROR rc = imge::BeginSeparate(src, area, &fresh, true);
     if (rc != IMF_NOERROR) return rc;
     if (src->Type == IMF_COLORS) {
         // The pixels stay; the palette entries below ColorUsed are permuted.

@@ -52,11 +52,15 @@ void SwapVec(const TUbyte *HWY_RESTRICT in, TUbyte *HWY_RESTRICT out, TLong n, i
     const int s0 = SwapSource(mode, 0), s1 = SwapSource(mode, 1), s2 = SwapSource(mode, 2);
     TLong x = 0;
     if (bpp == 3) {
-        for (; x + N <= n; x += N) {
-            hn::Vec<decltype(d)> p[3];
-            hn::LoadInterleaved3(d, in + 3 * x, p[0], p[1], p[2]);
-            hn::StoreInterleaved3(p[s0], p[s1], p[s2], d, out + 3 * x);
-        }
+        // Five pixels per 16-byte block, one byte shuffle each: the block's
+        // last byte is stored unchanged and rewritten by the next block, so
+        // blocks stop while that byte still lies inside the row.
+        const hn::CappedTag<uint8_t, 16> d16;
+        HWY_ALIGN uint8_t order[16];
+        for (int k = 0; k < 15; ++k) order[k] = static_cast<uint8_t>(k - k % 3 + SwapSource(mode, k % 3));
+        order[15] = 15;
+        const auto idx = hn::Load(d16, order);
+        for (; 3 * (x + 5) < 3 * n; x += 5) hn::StoreU(hn::TableLookupBytes(hn::LoadU(d16, in + 3 * x), idx), d16, out + 3 * x);
     } else {
         for (; x + N <= n; x += N) {
             hn::Vec<decltype(d)> p[4];

@@ -38,9 +38,12 @@ IMF_ERROR RunRowFrame(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, in
     // bitmap; other values would only make the allocation fail).
     // A colour map on a type that has none is not carried over.
     IMF_BITMAP work;
+    // Without an area the kernel writes every byte of every row: the pixels
+    // are not cleared first.
     ResultLike like;
     like.bits = 8;
     like.pixels = area != nullptr;
+    like.uncleared = area == nullptr;
     like.palette = true;
     if (NewResult(src, &work, like) != IMF_NOERROR) return IMF_ERRMEMORY;
 

@@ -7,7 +7,7 @@
 
 namespace imge {
 
-IMF_ERROR BeginSeparate(const IMF_BITMAP *src, const IMF_RECT *area, IMF_BITMAP *fresh) {
+IMF_ERROR BeginSeparate(const IMF_BITMAP *src, const IMF_RECT *area, IMF_BITMAP *fresh, bool writes_every_pixel) {
     std::memset(fresh, 0, sizeof *fresh);
     // The new bitmap keeps the source's bits per component. Byte bitmaps that
     // claim 2..7 bits still hold one byte per component, so they are made as
@@ -19,6 +19,7 @@ IMF_ERROR BeginSeparate(const IMF_BITMAP *src, const IMF_RECT *area, IMF_BITMAP 
     ResultLike like;
     like.bits = bits;
     like.pixels = area != nullptr;
+    like.uncleared = writes_every_pixel && !area;
     return NewResult(src, fresh, like);
 }
 

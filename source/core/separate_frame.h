@@ -35,7 +35,10 @@ namespace imge {
 // Step 2 into `*fresh` (which then owns its buffers). The source must have
 // passed BitmapIsValid. IMF_NOERROR; IMF_ERRBADBITMAP for sources with more
 // than 8 bits per component; IMF_ERRMEMORY (then `*fresh` owns nothing).
-IMF_ERROR BeginSeparate(const IMF_BITMAP *src, const IMF_RECT *area, IMF_BITMAP *fresh);
+// With writes_every_pixel (the operation writes every pixel of the rectangle
+// in step 3) and no area, the new pixels are not cleared first.
+IMF_ERROR BeginSeparate(const IMF_BITMAP *src, const IMF_RECT *area, IMF_BITMAP *fresh,
+                        bool writes_every_pixel = false);
 
 // Calls row(in, out, count) for each row of `rect`: `in` points at the
 // source's pixel (rect.left, y), `out` at the same pixel of `fresh`, and

@@ -1,15 +1,55 @@
 #include "core/target.h"
 
+#include <cstdint>
+#include <cstdlib>
 #include <cstring>
 
 #include "libtools.h"
+#include "records/large_blocks.h"
 #include "records/pixel_types.h"
 
 namespace imge {
 
+namespace {
+
+// imfAllockEx for a bitmap whose every pixel the caller writes before
+// anything reads it: the same record, but the pixel block is not cleared
+// first (only the padding after each row's pixels is), which saves a pass
+// over memory that an application's allocator hands back already used.
+// 1 on success, 0 (and nothing owned) when refused or memory is short.
+TUword AllocateUncleared(IMF_BITMAP *b, TLong type, TLong pack, TLong width, TLong height, TLong bits) {
+    // The record of a bitmap without rows, then rows of uncleared memory.
+    if (height < 0 || !imfAllockEx(b, type, pack, width, 0, bits)) return 0;
+    const long long bpl = b->BytesPerLine;
+    if (bpl != 0 && height > INT32_MAX / bpl) {
+        imfFree(b);
+        return 0;
+    }
+    const std::size_t total = static_cast<std::size_t>(bpl) * static_cast<std::size_t>(height);
+    auto *data = static_cast<TUbyte *>(imge::records::AllocateBlock(total, false));
+    if (!data) {
+        imfFree(b);
+        return 0;
+    }
+    std::free(b->Data);
+    b->Data = data;
+    b->Height = height;
+    const long long row = imge::records::RowBytes(static_cast<unsigned>(type), width);
+    if (row < bpl)
+        for (TLong y = 0; y < height; ++y)
+            std::memset(data + static_cast<std::size_t>(y) * static_cast<std::size_t>(bpl) + row, 0,
+                        static_cast<std::size_t>(bpl - row));
+    return 1;
+}
+
+}  // namespace
+
 IMF_ERROR NewResult(const IMF_BITMAP *src, IMF_BITMAP *out, const ResultLike &like) {
-    if (!imfAllockEx(out, like.type < 0 ? src->Type : like.type, src->Pack, like.width < 0 ? src->Width : like.width,
-                     like.height < 0 ? src->Height : like.height, like.bits)) {
+    const TLong type = like.type < 0 ? src->Type : like.type;
+    const TLong width = like.width < 0 ? src->Width : like.width;
+    const TLong height = like.height < 0 ? src->Height : like.height;
+    if (!(like.uncleared ? AllocateUncleared(out, type, src->Pack, width, height, like.bits)
+                         : imfAllockEx(out, type, src->Pack, width, height, like.bits))) {
         std::memset(out, 0, sizeof *out);
         return IMF_ERRMEMORY;
     }

@@ -15,9 +15,11 @@ struct ResultLike {
     bool palette = false;            // the whole colour map, where both have one
     bool pixels = false;             // every row of pixels (same type and size only)
     bool transparent = false;        // the transparent index; -1 otherwise
+    bool uncleared = false;          // pixels not cleared: the caller writes every one
 };
 
-// Fills `out` with a new zeroed bitmap made like src as `like` says.
+// Fills `out` with a new bitmap made like src as `like` says (zeroed unless
+// uncleared).
 // IMF_NOERROR or IMF_ERRMEMORY (then `out` is zeroed and owns nothing).
 IMF_ERROR NewResult(const IMF_BITMAP *src, IMF_BITMAP *out, const ResultLike &like);
 

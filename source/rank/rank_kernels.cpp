@@ -74,8 +74,10 @@ void MedianBoxKernel::Row(const uint8_t *const *slots, int begin, int end, uint8
         sorted_in[k] = sorted_out[k];
     }
     const std::size_t count = static_cast<std::size_t>(end - begin);
-    RunNet(nets_[0], kNetColumnSort, n_, in, bpp_, count + static_cast<std::size_t>(n_ - 1) * bpp_, sorted_out);
     uint8_t *dst = out + begin;
+    if (n_ == 3 && Median3Row(in, bpp_, count, dst) == count) return;
+    RunNet(nets_[0], kNetColumnSort, n_, in, bpp_, count + static_cast<std::size_t>(n_ - 1) * bpp_, sorted_out);
+    if (n_ == 3) return Median3SelectPlain(sorted_in, bpp_, 0, count, dst);
     RunNet(nets_[1], kNetBoxSelect, n_, sorted_in, bpp_, count, &dst);
 }
 

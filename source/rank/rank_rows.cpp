@@ -50,6 +50,16 @@ void MinMaxRowPlain(bool is_max, const uint8_t *const *slots, int n, int bpp, in
         out[begin + i] = pick(pick(scratch[i], scratch[i + a]), pick(scratch[i + b], scratch[i + b + a]));
 }
 
+void Median3SelectPlain(const uint8_t *const *sorted, int bpp, std::size_t begin, std::size_t count, uint8_t *out) {
+    auto lo = [](uint8_t a, uint8_t b) { return a < b ? a : b; };
+    auto hi = [](uint8_t a, uint8_t b) { return a > b ? a : b; };
+    auto med = [&](uint8_t a, uint8_t b, uint8_t c) { return hi(lo(a, b), lo(hi(a, b), c)); };
+    const std::size_t s1 = static_cast<std::size_t>(bpp), s2 = 2 * s1;
+    const uint8_t *a = sorted[0], *m = sorted[1], *z = sorted[2];
+    for (std::size_t i = begin; i < count; ++i)
+        out[i] = med(hi(hi(a[i], a[i + s1]), a[i + s2]), med(m[i], m[i + s1], m[i + s2]), lo(lo(z[i], z[i + s1]), z[i + s2]));
+}
+
 void ColumnHistogramsDown(const uint8_t *const *slots, int n, std::size_t begin, std::size_t end, uint8_t *coarse,
                           uint8_t *fine) {
     if (!slots[n]) {

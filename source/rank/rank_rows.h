@@ -82,6 +82,17 @@ void ColumnHistogramsDown(const uint8_t *const *slots, int n, std::size_t begin,
 // from the columns that moved since they were last used, or summed anew.
 void MedianColumnsRow(const uint8_t *coarse, const uint8_t *fine, int n, int bpp, int begin, int end, uint8_t *out);
 
+// ---- Median of 3 x 3 -------------------------------------------------------------
+// From the sorted columns (sorted[0..2] = smallest, middle, largest of each
+// column, column j of output byte i at i + j * bpp): the median of the nine
+// is the median of (largest of the smallest, median of the middles,
+// smallest of the largest). out[i] for i = begin .. count - 1.
+void Median3SelectPlain(const uint8_t *const *sorted, int bpp, std::size_t begin, std::size_t count, uint8_t *out);
+// The whole 3 x 3 median of output positions 0 .. count - 1 from the three
+// rows in[0..2] (read up to count + 2 * bpp - 1) in vectors; returns how
+// many positions it did (0 or count: the plain path does the rest).
+std::size_t Median3Row(const uint8_t *const *in, int bpp, std::size_t count, uint8_t *out);
+
 // Scalar versions (the plain paths; identical bytes).
 void MinMaxRowPlain(bool is_max, const uint8_t *const *slots, int n, int bpp, int begin, int end,
                      uint8_t *scratch, uint8_t *out, bool vertical_done);

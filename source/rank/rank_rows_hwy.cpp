@@ -53,6 +53,21 @@ void MinMaxImpl(const uint8_t *const *slots, int n, int bpp, int begin, int end,
     std::size_t len = count + static_cast<std::size_t>(n - 1) * bpp;
     auto pick = [](uint8_t a, uint8_t b) -> uint8_t { return is_max ? (a > b ? a : b) : (a < b ? a : b); };
 
+    // 3 x 3 straight from the three rows: nine loads and eight picks per
+    // vector, no pass through the scratch row.
+    if (n == 3 && !vertical_done && count >= L) {
+        const uint8_t *r0 = slots[0] + begin, *r1 = slots[1] + begin, *r2 = slots[2] + begin;
+        const std::size_t s1 = static_cast<std::size_t>(bpp), s2 = 2 * s1;
+        auto col = [&](std::size_t u) HWY_ATTR {
+            return Pick<is_max>(d, Pick<is_max>(d, hn::LoadU(d, r0 + u), hn::LoadU(d, r1 + u)), hn::LoadU(d, r2 + u));
+        };
+        auto at = [&](std::size_t u) HWY_ATTR { return Pick<is_max>(d, Pick<is_max>(d, col(u), col(u + s1)), col(u + s2)); };
+        uint8_t *o = out + begin;
+        std::size_t u = 0;
+        for (; u + L <= count; u += L) hn::StoreU(at(u), d, o + u);
+        if (u < count) hn::StoreU(at(count - L), d, o + count - L);
+        return;
+    }
     // Vertical extreme, several rows per pass over the scratch row.
     std::size_t t = 0;
     if (!vertical_done) {
@@ -131,6 +146,42 @@ void PickRowsVec(bool is_max, const uint8_t *a, const uint8_t *b, uint8_t *dst, 
         PickImpl<true>(a, b, dst, len);
     else
         PickImpl<false>(a, b, dst, len);
+#endif
+}
+
+// Median of 3 x 3 for output positions 0 .. count - 1 (count >= one
+// vector) from the three rows at `in`, straight from the rows: each of the
+// three columns of a vector of positions sorted in registers, then
+// Median3SelectPlain's formula. Returns the positions done (0 on the
+// one-lane target).
+std::size_t Median3RowVec(const uint8_t *const *in, int bpp, std::size_t count, uint8_t *HWY_RESTRICT out) {
+#if HWY_TARGET == HWY_SCALAR
+    (void)in, (void)bpp, (void)count, (void)out;
+    return 0;
+#else
+    const hn::ScalableTag<uint8_t> d;
+    using V = hn::Vec<decltype(d)>;
+    const std::size_t L = hn::Lanes(d);
+    if (count < L) return 0;
+    const std::size_t s1 = static_cast<std::size_t>(bpp);
+    const uint8_t *r0 = in[0], *r1 = in[1], *r2 = in[2];
+    auto at = [&](std::size_t t) HWY_ATTR {
+        V lo[3], mid[3], hi[3];
+        for (int j = 0; j < 3; ++j, t += s1) {
+            const V x = hn::LoadU(d, r0 + t), y = hn::LoadU(d, r1 + t), w = hn::LoadU(d, r2 + t);
+            const V p = hn::Min(x, y), q = hn::Max(x, y);
+            lo[j] = hn::Min(p, w);
+            hi[j] = hn::Max(q, w);
+            mid[j] = hn::Max(p, hn::Min(q, w));
+        }
+        const V low = hn::Max(hn::Max(lo[0], lo[1]), lo[2]), high = hn::Min(hn::Min(hi[0], hi[1]), hi[2]);
+        const V m = hn::Max(hn::Min(mid[0], mid[1]), hn::Min(hn::Max(mid[0], mid[1]), mid[2]));
+        return hn::Max(hn::Min(low, m), hn::Min(hn::Max(low, m), high));
+    };
+    std::size_t t = 0;
+    for (; t + L <= count; t += L) hn::StoreU(at(t), d, out + t);
+    if (t < count) hn::StoreU(at(count - L), d, out + count - L);
+    return count;
 #endif
 }
 
@@ -290,6 +341,11 @@ HWY_EXPORT(MinMaxRowVec);
 HWY_EXPORT(PickRowsVec);
 HWY_EXPORT(RunNetVec);
 HWY_EXPORT(MedianColumnsRowVec);
+HWY_EXPORT(Median3RowVec);
+
+std::size_t Median3Row(const uint8_t *const *in, int bpp, std::size_t count, uint8_t *out) {
+    return HWY_DYNAMIC_DISPATCH(Median3RowVec)(in, bpp, count, out);
+}
 
 void MedianColumnsRow(const uint8_t *coarse, const uint8_t *fine, int n, int bpp, int begin, int end,
                       uint8_t *out) {
