@@ -24,8 +24,6 @@ using namespace testing_support;
 
 namespace {
 
-const unsigned kTrueColour[7] = {IMF_RGB, IMF_BGR, IMF_RGBA, IMF_ABGR, IMF_BGRA, IMF_ARGB, IMF_CMYK};
-const unsigned kNotMapped[8] = {IMF_GREY, IMF_RGB, IMF_BGR, IMF_RGBA, IMF_ABGR, IMF_BGRA, IMF_ARGB, IMF_CMYK};
 
 // A one-row bitmap holding the given pixels.
 void Row(unsigned type, std::vector<TUbyte> bytes, OwnedImf *out) {
