@@ -26,6 +26,56 @@ void PrepareRow(uint8_t *buffer, const IMF_BITMAP *bitmap, TLong y, TLong filter
     }
 }
 
+namespace {
+
+// The frame's loop for kernels whose rows may come straight from the source
+// (see RowKernelRef): interior columns read the bitmap's rows, the half
+// columns at either edge read strips of 3 * half pixels cut from the
+// edge-extended row (left: half copies of the first pixel, then 2 * half
+// pixels; right: the last 2 * half pixels, then half copies of the last).
+void RowsInPlace(const IMF_BITMAP *src, IMF_BITMAP *work, const IMF_RECT &rect, int n, uint8_t *strips,
+                 std::size_t strip, const RowKernelRef &kernel) {
+    const int half = n >> 1;
+    const int bpp = src->BytesPerPixel;
+    const std::size_t edge_bytes = static_cast<std::size_t>(2 * half) * static_cast<std::size_t>(bpp);
+    const int edge = half * bpp, far = (src->Width - half) * bpp;
+    const int begin = rect.left * bpp, end = (rect.left + rect.width) * bpp;
+    const int inner_begin = begin > edge ? begin : edge, inner_end = end < far ? end : far;
+    const uint8_t *rows[kMaxRowFrameSide + 1];
+    uint8_t *left[kMaxRowFrameSide + 1], *right[kMaxRowFrameSide + 1];
+    for (int k = 0; k < n; ++k) {
+        left[k] = strips + static_cast<std::size_t>(k) * strip;
+        right[k] = strips + static_cast<std::size_t>(n + k) * strip;
+    }
+    rows[n] = left[n] = right[n] = nullptr;
+    for (TLong y = rect.top; y < rect.top + rect.height; ++y) {
+        for (int k = 0; k < n; ++k) {
+            TLong r = y - half + k;
+            r = r < 0 ? 0 : (r >= src->Height ? src->Height - 1 : r);
+            rows[k] = src->Data + static_cast<std::size_t>(r) * static_cast<std::size_t>(src->BytesPerLine);
+        }
+        uint8_t *out = work->Data + static_cast<std::size_t>(y) * static_cast<std::size_t>(work->BytesPerLine);
+        if (inner_begin < inner_end) kernel.row(kernel.context, rows, inner_begin - edge, inner_end - edge, out + edge);
+        if (begin < edge) {
+            for (int k = 0; k < n; ++k) {
+                for (int c = 0; c < half; ++c) std::memcpy(left[k] + c * bpp, rows[k], bpp);
+                std::memcpy(left[k] + edge, rows[k], edge_bytes);
+            }
+            kernel.row(kernel.context, left, begin, end < edge ? end : edge, out);
+        }
+        if (end > far) {
+            const std::size_t tail = static_cast<std::size_t>(src->Width) * bpp - edge_bytes;
+            for (int k = 0; k < n; ++k) {
+                std::memcpy(right[k], rows[k] + tail, edge_bytes);
+                for (int c = 0; c < half; ++c) std::memcpy(right[k] + edge_bytes + c * bpp, rows[k] + tail + edge_bytes - bpp, bpp);
+            }
+            kernel.row(kernel.context, right, (begin > far ? begin : far) - far, end - far, out + far);
+        }
+    }
+}
+
+}  // namespace
+
 IMF_ERROR RunRowFrame(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, int n, bool params_ok,
                       const RowKernelRef &kernel) {
     if (!BitmapIsValid(src) || src->Type == IMF_BINARY) return IMF_ERRBADBITMAP;
@@ -53,17 +103,23 @@ IMF_ERROR RunRowFrame(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, in
     const int half = n >> 1;
     const std::size_t row_bytes = (static_cast<std::size_t>(src->Width) + 2 * static_cast<std::size_t>(half)) *
                                   static_cast<std::size_t>(bpp);
+    // Rows in place need two strips of 3 * half pixels per slot instead.
+    const bool in_place = kernel.rows_in_place && half > 0 && src->Width > 2 * half;
+    const std::size_t strip = 3 * static_cast<std::size_t>(half) * static_cast<std::size_t>(bpp);
     Scratch<uint8_t> ring;
     // Kernels address ring rows with int byte positions.
     if (row_bytes > static_cast<std::size_t>(INT32_MAX) ||
         row_bytes > static_cast<std::size_t>(-1) / static_cast<std::size_t>(n + 1) ||
-        !ring.Allocate(row_bytes * static_cast<std::size_t>(n + 1), true) ||
+        !ring.Allocate(in_place ? 2 * strip * static_cast<std::size_t>(n) : row_bytes * static_cast<std::size_t>(n + 1),
+                       true) ||
         !kernel.prepare(kernel.context, src->Width, bpp)) {
         imfFree(&work);
         return IMF_ERRMEMORY;
     }
 
-    if (rect.width > 0 && rect.height > 0) {
+    if (rect.width > 0 && rect.height > 0 && in_place) {
+        RowsInPlace(src, &work, rect, n, ring.get(), strip, kernel);
+    } else if (rect.width > 0 && rect.height > 0) {
         uint8_t *slot[kMaxRowFrameSide + 1];
         for (int k = 0; k < n; ++k) slot[k] = ring.get() + static_cast<std::size_t>(k) * row_bytes;
         slot[n] = nullptr;

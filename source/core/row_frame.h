@@ -44,6 +44,8 @@
 #pragma once
 
 #include <cstdint>
+#include <type_traits>
+#include <utility>
 
 #include "libimg.h"
 
@@ -64,7 +66,22 @@ struct RowKernelRef {
     void *context;
     bool (*prepare)(void *context, int width, int bpp);
     void (*row)(void *context, const uint8_t *const *slots, int begin, int end, uint8_t *out);
+    bool rows_in_place;
 };
+
+// A kernel may declare `bool RowsInPlace() const`: true when each Row call
+// depends on nothing but its slots and range (no state from row to row, no
+// slots[n]). The frame then hands it the source rows where they are for the
+// columns whose neighbourhood lies inside the picture (slots[k] is then the
+// source row itself, begin and end and out shifted to match), and short
+// edge-extended strips for the n >> 1 columns at either edge, in separate
+// calls; slots[n] is null throughout. The bytes are the same, without the
+// copy of every row into the ring.
+template <typename Kernel, typename = void>
+struct DeclaresRowsInPlace : std::false_type {};
+template <typename Kernel>
+struct DeclaresRowsInPlace<Kernel, std::void_t<decltype(std::declval<const Kernel &>().RowsInPlace())>>
+    : std::true_type {};
 IMF_ERROR RunRowFrame(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, int n, bool params_ok,
                       const RowKernelRef &kernel);
 
@@ -80,6 +97,10 @@ IMF_ERROR RunRowFilter(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, i
     ref.row = [](void *c, const uint8_t *const *slots, int begin, int end, uint8_t *out) {
         static_cast<Kernel *>(c)->Row(slots, begin, end, out);
     };
+    if constexpr (DeclaresRowsInPlace<Kernel>::value)
+        ref.rows_in_place = kernel.RowsInPlace();
+    else
+        ref.rows_in_place = false;
     return RunRowFrame(src, dst, area, n, params_ok, ref);
 }
 

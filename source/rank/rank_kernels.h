@@ -25,6 +25,8 @@ public:
     MinMaxKernel(bool is_max, int n) : is_max_(is_max), n_(n) {}
     bool Prepare(int width, int bpp);
     void Row(const uint8_t *const *slots, int begin, int end, uint8_t *out);
+    // 3 x 3 keeps nothing from row to row: its rows are read where they are.
+    bool RowsInPlace() const { return n_ == 3; }
 
 private:
     bool is_max_;
@@ -43,6 +45,7 @@ public:
     explicit MedianBoxKernel(int n) : n_(n) {}
     bool Prepare(int width, int bpp);
     void Row(const uint8_t *const *slots, int begin, int end, uint8_t *out);
+    bool RowsInPlace() const { return n_ == 3; }
 
 private:
     int n_, bpp_ = 0;
