@@ -37,6 +37,20 @@ void Ours(benchmark::State &state, RankFn fn, int n) {
 
 enum class Peer { kErode, kDilate, kMedian, kGauss };
 
+// The peer's call into a new result image, as our operations make one.
+cv::Mat RunPeer(Peer peer, const cv::Mat &m, const cv::Mat &kernel, int n) {
+    cv::Mat out;
+    switch (peer) {
+    case Peer::kErode: cv::erode(m, out, kernel, cv::Point(-1, -1), 1, cv::BORDER_REPLICATE); break;
+    case Peer::kDilate: cv::dilate(m, out, kernel, cv::Point(-1, -1), 1, cv::BORDER_REPLICATE); break;
+    case Peer::kMedian: cv::medianBlur(m, out, n); break;
+    case Peer::kGauss:
+        cv::GaussianBlur(m, out, cv::Size(n, n), 0.300387 * n, 0.300387 * n, cv::BORDER_REPLICATE);
+        break;
+    }
+    return out;
+}
+
 // The peer computes the same result into a new image each time, as our
 // operations return a new bitmap: both pay for fresh pages.
 void OpenCv(benchmark::State &state, Peer peer, int n) {
@@ -45,16 +59,7 @@ void OpenCv(benchmark::State &state, Peer peer, int n) {
     cv::Mat m = View(b);
     const cv::Mat kernel = cv::getStructuringElement(cv::MORPH_RECT, cv::Size(n, n));
     for (auto _ : state) {
-        // A new result image every time, as our operations make one.
-        cv::Mat out;
-        switch (peer) {
-        case Peer::kErode: cv::erode(m, out, kernel, cv::Point(-1, -1), 1, cv::BORDER_REPLICATE); break;
-        case Peer::kDilate: cv::dilate(m, out, kernel, cv::Point(-1, -1), 1, cv::BORDER_REPLICATE); break;
-        case Peer::kMedian: cv::medianBlur(m, out, n); break;
-        case Peer::kGauss:
-            cv::GaussianBlur(m, out, cv::Size(n, n), 0.300387 * n, 0.300387 * n, cv::BORDER_REPLICATE);
-            break;
-        }
+        const cv::Mat out = RunPeer(peer, m, kernel, n);
         benchmark::DoNotOptimize(out.data);
     }
     imfFree(&b);
@@ -149,15 +154,7 @@ void AddPeerRows() {
             IMF_BITMAP src = *photo;
             const cv::Mat m = View(src);
             const cv::Mat kernel = cv::getStructuringElement(cv::MORPH_RECT, cv::Size(n, n));
-            cv::Mat out;
-            switch (p) {
-            case Peer::kErode: cv::erode(m, out, kernel, cv::Point(-1, -1), 1, cv::BORDER_REPLICATE); break;
-            case Peer::kDilate: cv::dilate(m, out, kernel, cv::Point(-1, -1), 1, cv::BORDER_REPLICATE); break;
-            case Peer::kMedian: cv::medianBlur(m, out, n); break;
-            case Peer::kGauss:
-                cv::GaussianBlur(m, out, cv::Size(n, n), 0.300387 * n, 0.300387 * n, cv::BORDER_REPLICATE);
-                break;
-            }
+            const cv::Mat out = RunPeer(p, m, kernel, n);
             benchmark::DoNotOptimize(out.data);
         };
     };
