@@ -147,20 +147,33 @@ TEST(GaussianBlur, FlatAreasAreNeverLifted) {
         }
 }
 
-// The vector targets do the plain loops' sums in the same order: the same
-// bytes, over several bands of a wide row, for odd and even sizes.
-TEST(GaussianBlur, VectorPathGivesThePlainBytes) {
+// The vector targets fuse each multiply with its addition, so a byte whose
+// sum sits right at an integer may come out one lower or higher than the
+// plain loop's (or the two-dimensional formula's); only a few do. Several
+// bands of a wide row, odd and even sizes.
+TEST(GaussianBlur, VectorPathStaysWithinOneOfThePlainAndLiteralBytes) {
     std::mt19937 rng(9);
     OwnedImf src;
     testing_support::MakeRandom(rng, IMF_RGB, 1500, 5, 4, &src);
-    for (int n : {2, 3, 8, 24, 25}) {
-        OwnedImf fast, plain;
+    for (int n : {2, 3, 7, 8, 24, 25}) {
+        OwnedImf fast, plain, literal;
         ASSERT_EQ(imfBlurGaussian(src.get(), fast.get(), nullptr, n), IMF_NOERROR);
         {
             const fuzz::PlainPath only_plain;
             ASSERT_EQ(imfBlurGaussian(src.get(), plain.get(), nullptr, n), IMF_NOERROR);
         }
-        EXPECT_EQ(Diff(fast.b, plain.b), "") << n;
+        ASSERT_EQ(reference::BlurGaussianOp(src.b, nullptr, n, literal.get()), IMF_NOERROR);
+        for (OwnedImf *other : {&plain, &literal}) {
+            int differ = 0;
+            for (int y = 0; y < 5; ++y)
+                for (int i = 0; i < 1500 * 3; ++i) {
+                    const int a = fast->Data[y * fast->BytesPerLine + i];
+                    const int b = (*other)->Data[y * (*other)->BytesPerLine + i];
+                    ASSERT_LE(std::abs(a - b), 1) << n << " at " << y << "," << i;
+                    differ += a != b;
+                }
+            EXPECT_LE(differ, 1500 * 3 * 5 / 200) << n;  // at most one byte in 200
+        }
     }
 }
 

@@ -38,12 +38,12 @@ HWY_INLINE void GaussColumns(DF df, const GaussWeights &w, const uint8_t *const 
         const auto wp = hn::Set(df, w.v[half - p]);
         for (int u = 0; u < U; ++u) {
             const auto pair = hn::Add(wide(slots[half - p] + at + u * L), wide(slots[half + p] + at + u * L));
-            acc[u] = hn::Add(acc[u], hn::Mul(wp, hn::ConvertTo(df, pair)));
+            acc[u] = hn::MulAdd(wp, hn::ConvertTo(df, pair), acc[u]);
         }
     }
     if (!(w.n & 1))
         for (int u = 0; u < U; ++u)
-            acc[u] = hn::Add(acc[u], hn::Mul(hn::Set(df, w.v[0]), hn::ConvertTo(df, wide(slots[0] + at + u * L))));
+            acc[u] = hn::MulAdd(hn::Set(df, w.v[0]), hn::ConvertTo(df, wide(slots[0] + at + u * L)), acc[u]);
     for (int u = 0; u < U; ++u) hn::StoreU(acc[u], df, dst + u * L);
 }
 
@@ -62,11 +62,25 @@ HWY_INLINE void GaussBytes(DF df, const GaussWeights &w, const float *HWY_RESTRI
         const auto wp = hn::Set(df, w.h[half - p]);
         const float *a = s + (half - p) * step, *b = s + (half + p) * step;
         for (int u = 0; u < U; ++u)
-            acc[u] = hn::Add(acc[u], hn::Mul(wp, hn::Add(hn::LoadU(df, a + u * L), hn::LoadU(df, b + u * L))));
+            acc[u] = hn::MulAdd(wp, hn::Add(hn::LoadU(df, a + u * L), hn::LoadU(df, b + u * L)), acc[u]);
     }
     if (!(w.n & 1))
-        for (int u = 0; u < U; ++u) acc[u] = hn::Add(acc[u], hn::Mul(hn::Set(df, w.h[0]), hn::LoadU(df, s + u * L)));
-    for (int u = 0; u < U; ++u) hn::StoreU(SaturateToBytes(d8, hn::ConvertTo(di, acc[u])), d8, dst + u * L);
+        for (int u = 0; u < U; ++u) acc[u] = hn::MulAdd(hn::Set(df, w.h[0]), hn::LoadU(df, s + u * L), acc[u]);
+    if constexpr (U == 4) {
+        // The sums lie in [0, 256): their floor plus 2^23 holds the byte in
+        // the low bits of its float (exact, no conversion needed). The low
+        // halves of each pair of 32-bit lanes, then the low bytes of each
+        // pair of 16-bit lanes, make one vector of bytes.
+        const hn::Repartition<uint16_t, DF> d16;
+        const hn::Repartition<uint8_t, DF> d8all;
+        const auto magic = hn::Set(df, 8388608.0f);
+        auto low16 = [&](int u) { return hn::BitCast(d16, hn::Add(hn::Floor(acc[u]), magic)); };
+        const auto lo = hn::ConcatEven(d16, low16(1), low16(0));
+        const auto hi = hn::ConcatEven(d16, low16(3), low16(2));
+        hn::StoreU(hn::ConcatEven(d8all, hn::BitCast(d8all, hi), hn::BitCast(d8all, lo)), d8all, dst);
+    } else {
+        for (int u = 0; u < U; ++u) hn::StoreU(SaturateToBytes(d8, hn::ConvertTo(di, acc[u])), d8, dst + u * L);
+    }
 }
 #endif
 

@@ -26,6 +26,9 @@ public:
     void Row(const uint8_t *const *slots, int begin, int end, uint8_t *out) {
         GaussRow(w_, slots, bpp_, begin, end, scratch_.get(), out);
     }
+    // Nothing is kept from one row to the next: the frame may hand over the
+    // source rows themselves.
+    bool RowsInPlace() const { return true; }
 
 private:
     int n_, bpp_ = 0;

@@ -33,6 +33,9 @@ namespace {
 // columns at either edge read strips of 3 * half pixels cut from the
 // edge-extended row (left: half copies of the first pixel, then 2 * half
 // pixels; right: the last 2 * half pixels, then half copies of the last).
+// Each source row's pair of strips is cut once, into a ring of n pairs keyed
+// by row number: the rows of one neighbourhood are n consecutive numbers
+// (after clamping, fewer), so they never share a place in the ring.
 void RowsInPlace(const IMF_BITMAP *src, IMF_BITMAP *work, const IMF_RECT &rect, int n, uint8_t *strips,
                  std::size_t strip, const RowKernelRef &kernel) {
     const int half = n >> 1;
@@ -41,36 +44,36 @@ void RowsInPlace(const IMF_BITMAP *src, IMF_BITMAP *work, const IMF_RECT &rect, 
     const int edge = half * bpp, far = (src->Width - half) * bpp;
     const int begin = rect.left * bpp, end = (rect.left + rect.width) * bpp;
     const int inner_begin = begin > edge ? begin : edge, inner_end = end < far ? end : far;
+    const std::size_t tail = static_cast<std::size_t>(src->Width) * bpp - edge_bytes;
+    const bool need_left = begin < edge, need_right = end > far;
     const uint8_t *rows[kMaxRowFrameSide + 1];
     uint8_t *left[kMaxRowFrameSide + 1], *right[kMaxRowFrameSide + 1];
-    for (int k = 0; k < n; ++k) {
-        left[k] = strips + static_cast<std::size_t>(k) * strip;
-        right[k] = strips + static_cast<std::size_t>(n + k) * strip;
-    }
+    TLong cut[kMaxRowFrameSide];  // source row held by each place of the ring
+    for (int k = 0; k < n; ++k) cut[k] = -1;
     rows[n] = left[n] = right[n] = nullptr;
     for (TLong y = rect.top; y < rect.top + rect.height; ++y) {
         for (int k = 0; k < n; ++k) {
             TLong r = y - half + k;
             r = r < 0 ? 0 : (r >= src->Height ? src->Height - 1 : r);
-            rows[k] = src->Data + static_cast<std::size_t>(r) * static_cast<std::size_t>(src->BytesPerLine);
+            const uint8_t *row = src->Data + static_cast<std::size_t>(r) * static_cast<std::size_t>(src->BytesPerLine);
+            rows[k] = row;
+            const int place = static_cast<int>(r % n);
+            uint8_t *l = strips + static_cast<std::size_t>(place) * 2 * strip;
+            uint8_t *rt = l + strip;
+            left[k] = l;
+            right[k] = rt;
+            if (cut[place] == r || !(need_left || need_right)) continue;
+            cut[place] = r;
+            for (int i = 0; i < edge; ++i) l[i] = row[i % bpp];
+            std::memcpy(l + edge, row, edge_bytes);
+            std::memcpy(rt, row + tail, edge_bytes);
+            const uint8_t *last = row + tail + edge_bytes - bpp;
+            for (int i = 0; i < edge; ++i) rt[edge_bytes + i] = last[i % bpp];
         }
         uint8_t *out = work->Data + static_cast<std::size_t>(y) * static_cast<std::size_t>(work->BytesPerLine);
         if (inner_begin < inner_end) kernel.row(kernel.context, rows, inner_begin - edge, inner_end - edge, out + edge);
-        if (begin < edge) {
-            for (int k = 0; k < n; ++k) {
-                for (int c = 0; c < half; ++c) std::memcpy(left[k] + c * bpp, rows[k], bpp);
-                std::memcpy(left[k] + edge, rows[k], edge_bytes);
-            }
-            kernel.row(kernel.context, left, begin, end < edge ? end : edge, out);
-        }
-        if (end > far) {
-            const std::size_t tail = static_cast<std::size_t>(src->Width) * bpp - edge_bytes;
-            for (int k = 0; k < n; ++k) {
-                std::memcpy(right[k], rows[k] + tail, edge_bytes);
-                for (int c = 0; c < half; ++c) std::memcpy(right[k] + edge_bytes + c * bpp, rows[k] + tail + edge_bytes - bpp, bpp);
-            }
-            kernel.row(kernel.context, right, (begin > far ? begin : far) - far, end - far, out + far);
-        }
+        if (need_left) kernel.row(kernel.context, left, begin, end < edge ? end : edge, out);
+        if (need_right) kernel.row(kernel.context, right, (begin > far ? begin : far) - far, end - far, out + far);
     }
 }
 
