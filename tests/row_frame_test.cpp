@@ -2,9 +2,11 @@
 // hand-over and every refusal.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <random>
+#include <string>
 
 #include "core/row_frame.h"
 #include "libformat.h"
@@ -66,6 +68,30 @@ struct ProbeKernel {
     }
 };
 
+// Inside the area every byte is the sample of slot k, column offset j
+// (clamped to the bitmap); outside it the source's byte.
+void ExpectProbedBytes(const IMF_BITMAP &before, const IMF_BITMAP &out, const IMF_RECT *area, int n, int k, int j) {
+    const int w = before.Width, h = before.Height;
+    const IMF_RECT r = area ? *area : IMF_RECT{0, 0, w, h};
+    const int bpp = before.BytesPerPixel, half = n >> 1;
+    for (int y = 0; y < h; ++y)
+        for (int x = 0; x < w; ++x) {
+            const bool inside = x >= r.left && x < r.left + r.width && y >= r.top && y < r.top + r.height;
+            int sy = y, sx = x;
+            if (inside) {
+                sy = std::min(std::max(y - half + k, 0), h - 1);
+                sx = std::min(std::max(x - half + j, 0), w - 1);
+            } else if (!area) {
+                continue;
+            }
+            for (int c = 0; c < bpp; ++c) {
+                const int got = out.Data[static_cast<long long>(y) * out.BytesPerLine + x * bpp + c];
+                const int want = before.Data[static_cast<long long>(sy) * before.BytesPerLine + sx * bpp + c];
+                ASSERT_EQ(got, want) << "x " << x << " y " << y << " c " << c;
+            }
+        }
+}
+
 TEST(RowFrame, SlotsHoldTheClampedNeighbourhoodForOddAndEvenSides) {
     std::mt19937 rng(11);
     std::uniform_int_distribution<int> size(1, 23), side(1, 15), coin(0, 1);
@@ -103,24 +129,40 @@ TEST(RowFrame, SlotsHoldTheClampedNeighbourhoodForOddAndEvenSides) {
         if (type == IMF_COLORS) {
             ASSERT_EQ(std::memcmp(out.ColorMap, before->ColorMap, sizeof(IMF_COLORMAP)), 0);
         }
-        const int bpp = before->BytesPerPixel, half = n >> 1;
-        for (int y = 0; y < h; ++y)
-            for (int x = 0; x < w; ++x) {
-                const bool inside = x >= area.left && x < area.left + area.width && y >= area.top &&
-                                    y < area.top + area.height;
-                int sy = y, sx = x;
-                if (inside) {
-                    sy = std::min(std::max(y - half + probe.k, 0), h - 1);
-                    sx = std::min(std::max(x - half + probe.j, 0), w - 1);
-                } else if (!use_area) {
-                    continue;
-                }
-                for (int c = 0; c < bpp; ++c) {
-                    const int got = out.Data[static_cast<long long>(y) * out.BytesPerLine + x * bpp + c];
-                    const int want = before->Data[static_cast<long long>(sy) * before->BytesPerLine + sx * bpp + c];
-                    ASSERT_EQ(got, want) << "x " << x << " y " << y << " c " << c;
-                }
-            }
+        ExpectProbedBytes(*before.get(), out, use_area ? &area : nullptr, n, pk, pj);
+    }
+}
+
+// A kernel that keeps nothing from row to row is handed the source rows
+// themselves and strips at either edge: the same bytes, on rows narrower and
+// wider than the two edge strips, with and without an area.
+TEST(RowFrame, RowsInPlaceGiveTheRingsBytes) {
+    struct InPlaceProbe {
+        int k, j, bpp = 0;
+        bool Prepare(int, int b) {
+            bpp = b;
+            return true;
+        }
+        void Row(const uint8_t *const *slots, int begin, int end, uint8_t *out) {
+            for (int i = begin; i < end; ++i) out[i] = slots[k][i + j * bpp];
+        }
+        bool RowsInPlace() const { return true; }
+    };
+    std::mt19937 rng(12);
+    std::uniform_int_distribution<int> width(1, 170), height(1, 30), side(2, 25), coin(0, 1);
+    for (int iter = 0; iter < 200; ++iter) {
+        const unsigned type = testing_support::kByteTypes[iter % 9];
+        const int w = width(rng), h = height(rng), n = side(rng);
+        OwnedImf src, dst;
+        testing_support::MakeRandom(rng, type, w, h, 1 + iter % 4, &src);
+        std::uniform_int_distribution<int> pick(0, n - 1);
+        InPlaceProbe probe{pick(rng), pick(rng)};
+        const bool use_area = coin(rng);
+        IMF_RECT area = use_area ? testing_support::RandomArea(rng, w, h) : IMF_RECT{0, 0, w, h};
+        SCOPED_TRACE(testing_support::TypeName(type) + " " + std::to_string(w) + "x" + std::to_string(h) + " n" +
+                     std::to_string(n) + " k" + std::to_string(probe.k) + " j" + std::to_string(probe.j));
+        ASSERT_EQ(imge::RunRowFilter(src.get(), dst.get(), use_area ? &area : nullptr, n, true, probe), IMF_NOERROR);
+        ExpectProbedBytes(*src.get(), *dst.get(), use_area ? &area : nullptr, n, probe.k, probe.j);
     }
 }
 

@@ -23,7 +23,7 @@ constexpr std::size_t kGaussBand = 4096;
 
 // U vectors of vertical sums from position `at` of the slots (GaussColumn
 // lane by lane), U independent chains of additions.
-template <int U, class DF>
+template <int U, int P, class DF>
 HWY_INLINE void GaussColumns(DF df, const GaussWeights &w, const uint8_t *const *slots, std::size_t at,
                              float *HWY_RESTRICT dst) {
     const hn::Rebind<int32_t, DF> di;
@@ -34,7 +34,8 @@ HWY_INLINE void GaussColumns(DF df, const GaussWeights &w, const uint8_t *const 
     hn::Vec<DF> acc[U];
     for (int u = 0; u < U; ++u)
         acc[u] = hn::Mul(hn::Set(df, w.v[half]), hn::ConvertTo(df, wide(slots[half] + at + u * L)));
-    for (int p = 1; half + p < w.n; ++p) {
+    const int pairs = P ? P : (w.n - 1) >> 1;
+    for (int p = 1; p <= pairs; ++p) {
         const auto wp = hn::Set(df, w.v[half - p]);
         for (int u = 0; u < U; ++u) {
             const auto pair = hn::Add(wide(slots[half - p] + at + u * L), wide(slots[half + p] + at + u * L));
@@ -49,7 +50,7 @@ HWY_INLINE void GaussColumns(DF df, const GaussWeights &w, const uint8_t *const 
 
 // U vectors of output bytes from the vertical sums s (GaussByte lane by
 // lane), truncated toward zero.
-template <int U, class DF>
+template <int U, int P, class DF>
 HWY_INLINE void GaussBytes(DF df, const GaussWeights &w, const float *HWY_RESTRICT s, std::size_t step,
                            uint8_t *HWY_RESTRICT dst) {
     const hn::Rebind<int32_t, DF> di;
@@ -58,7 +59,8 @@ HWY_INLINE void GaussBytes(DF df, const GaussWeights &w, const float *HWY_RESTRI
     const int half = w.n >> 1;
     hn::Vec<DF> acc[U];
     for (int u = 0; u < U; ++u) acc[u] = hn::Mul(hn::Set(df, w.h[half]), hn::LoadU(df, s + half * step + u * L));
-    for (int p = 1; half + p < w.n; ++p) {
+    const int pairs = P ? P : (w.n - 1) >> 1;
+    for (int p = 1; p <= pairs; ++p) {
         const auto wp = hn::Set(df, w.h[half - p]);
         const float *a = s + (half - p) * step, *b = s + (half + p) * step;
         for (int u = 0; u < U; ++u)
@@ -84,31 +86,49 @@ HWY_INLINE void GaussBytes(DF df, const GaussWeights &w, const float *HWY_RESTRI
 }
 #endif
 
+#if HWY_TARGET != HWY_SCALAR
+// The bands of one call; P pairs of taps either side of the centre known at
+// compile time (0: taken from w).
+template <int P>
+void GaussBands(const GaussWeights &w, const uint8_t *const *slots, std::size_t step, std::size_t begin,
+                std::size_t count, float *HWY_RESTRICT scratch, uint8_t *HWY_RESTRICT out) {
+    const hn::ScalableTag<float> df;
+    const std::size_t L = hn::Lanes(df);
+    const std::size_t margin = static_cast<std::size_t>(w.n - 1) * step;
+    for (std::size_t band = 0; band < count; band += kGaussBand) {
+        const std::size_t bc = count - band < kGaussBand ? count - band : kGaussBand;
+        const std::size_t len = bc + margin, base = begin + band;
+        // The band's vertical sums, four vectors at a time, then single
+        // vectors; a ragged end is one more vector ending at the end (it
+        // repeats a few sums), or sum by sum when the band is narrower.
+        std::size_t t = 0;
+        for (; t + 4 * L <= len; t += 4 * L) GaussColumns<4, P>(df, w, slots, base + t, scratch + t);
+        for (; t + L <= len; t += L) GaussColumns<1, P>(df, w, slots, base + t, scratch + t);
+        if (t < len && len >= L) GaussColumns<1, P>(df, w, slots, base + len - L, scratch + len - L);
+        for (; t < len && len < L; ++t) scratch[t] = GaussColumn(w, slots, base + t);
+        // Its output bytes, likewise.
+        uint8_t *o = out + base;
+        std::size_t i = 0;
+        for (; i + 4 * L <= bc; i += 4 * L) GaussBytes<4, P>(df, w, scratch + i, step, o + i);
+        for (; i + L <= bc; i += L) GaussBytes<1, P>(df, w, scratch + i, step, o + i);
+        if (i < bc && bc >= L) GaussBytes<1, P>(df, w, scratch + bc - L, step, o + bc - L);
+        for (; i < bc && bc < L; ++i) o[i] = GaussByte(w, scratch + i, step);
+    }
+}
+#endif
+
 void GaussRowVec(const GaussWeights &w, const uint8_t *const *slots, int bpp, int begin, int end,
                  float *HWY_RESTRICT scratch, uint8_t *HWY_RESTRICT out) {
 #if HWY_TARGET == HWY_SCALAR
     return GaussRowPlain(w, slots, bpp, begin, end, scratch, out);
 #else
-    const hn::ScalableTag<float> df;
-    const std::size_t L = hn::Lanes(df);
-    const std::size_t step = static_cast<std::size_t>(bpp);
-    const std::size_t margin = static_cast<std::size_t>(w.n - 1) * step;
+    const std::size_t step = static_cast<std::size_t>(bpp), from = static_cast<std::size_t>(begin);
     const std::size_t count = static_cast<std::size_t>(end - begin);
-    for (std::size_t band = 0; band < count; band += kGaussBand) {
-        const std::size_t bc = count - band < kGaussBand ? count - band : kGaussBand;
-        const std::size_t len = bc + margin, base = static_cast<std::size_t>(begin) + band;
-        // The band's vertical sums, four vectors at a time, then the ragged end.
-        std::size_t t = 0;
-        for (; t + 4 * L <= len; t += 4 * L) GaussColumns<4>(df, w, slots, base + t, scratch + t);
-        for (; t + L <= len; t += L) GaussColumns<1>(df, w, slots, base + t, scratch + t);
-        for (; t < len; ++t) scratch[t] = GaussColumn(w, slots, base + t);
-        // Its output bytes.
-        uint8_t *o = out + base;
-        std::size_t i = 0;
-        for (; i + 4 * L <= bc; i += 4 * L) GaussBytes<4>(df, w, scratch + i, step, o + i);
-        for (; i + L <= bc; i += L) GaussBytes<1>(df, w, scratch + i, step, o + i);
-        for (; i < bc; ++i) o[i] = GaussByte(w, scratch + i, step);
-    }
+    // Sizes 7 and 8 (the drop shadow's) with their loops unrolled.
+    if (((w.n - 1) >> 1) == 3)
+        GaussBands<3>(w, slots, step, from, count, scratch, out);
+    else
+        GaussBands<0>(w, slots, step, from, count, scratch, out);
 #endif
 }
 

@@ -29,22 +29,31 @@ void PrepareRow(uint8_t *buffer, const IMF_BITMAP *bitmap, TLong y, TLong filter
 namespace {
 
 // The frame's loop for kernels whose rows may come straight from the source
-// (see RowKernelRef): interior columns read the bitmap's rows, the half
-// columns at either edge read strips of 3 * half pixels cut from the
-// edge-extended row (left: half copies of the first pixel, then 2 * half
-// pixels; right: the last 2 * half pixels, then half copies of the last).
-// Each source row's pair of strips is cut once, into a ring of n pairs keyed
-// by row number: the rows of one neighbourhood are n consecutive numbers
-// (after clamping, fewer), so they never share a place in the ring.
+// (see RowKernelRef): interior columns read the bitmap's rows, the `side`
+// columns at either edge (at least half, and at least kEdgeBytes bytes so
+// that vector kernels run there too) read strips of side + 2 * half pixels
+// cut from the edge-extended row (left: half copies of the first pixel, then
+// side + half pixels; right: the last side + half pixels, then half copies
+// of the last). Each source row's pair of strips is cut once, into a ring of
+// n pairs keyed by row number: the rows of one neighbourhood are n
+// consecutive numbers (after clamping, fewer), so they never share a place.
+constexpr int kEdgeBytes = 64;
+
+int EdgeSide(int half, int bpp) {
+    const int wide = (kEdgeBytes + bpp - 1) / bpp;
+    return half > wide ? half : wide;
+}
+
 void RowsInPlace(const IMF_BITMAP *src, IMF_BITMAP *work, const IMF_RECT &rect, int n, uint8_t *strips,
                  std::size_t strip, const RowKernelRef &kernel) {
     const int half = n >> 1;
     const int bpp = src->BytesPerPixel;
-    const std::size_t edge_bytes = static_cast<std::size_t>(2 * half) * static_cast<std::size_t>(bpp);
-    const int edge = half * bpp, far = (src->Width - half) * bpp;
+    const int side = EdgeSide(half, bpp);
+    const std::size_t cut_bytes = static_cast<std::size_t>(side + half) * static_cast<std::size_t>(bpp);
+    const int edge = side * bpp, far = (src->Width - side) * bpp, pad = half * bpp;
     const int begin = rect.left * bpp, end = (rect.left + rect.width) * bpp;
     const int inner_begin = begin > edge ? begin : edge, inner_end = end < far ? end : far;
-    const std::size_t tail = static_cast<std::size_t>(src->Width) * bpp - edge_bytes;
+    const std::size_t tail = static_cast<std::size_t>(src->Width) * bpp - cut_bytes;
     const bool need_left = begin < edge, need_right = end > far;
     const uint8_t *rows[kMaxRowFrameSide + 1];
     uint8_t *left[kMaxRowFrameSide + 1], *right[kMaxRowFrameSide + 1];
@@ -64,14 +73,14 @@ void RowsInPlace(const IMF_BITMAP *src, IMF_BITMAP *work, const IMF_RECT &rect, 
             right[k] = rt;
             if (cut[place] == r || !(need_left || need_right)) continue;
             cut[place] = r;
-            for (int i = 0; i < edge; ++i) l[i] = row[i % bpp];
-            std::memcpy(l + edge, row, edge_bytes);
-            std::memcpy(rt, row + tail, edge_bytes);
-            const uint8_t *last = row + tail + edge_bytes - bpp;
-            for (int i = 0; i < edge; ++i) rt[edge_bytes + i] = last[i % bpp];
+            for (int i = 0; i < pad; ++i) l[i] = row[i % bpp];
+            std::memcpy(l + pad, row, cut_bytes);
+            std::memcpy(rt, row + tail, cut_bytes);
+            const uint8_t *last = row + tail + cut_bytes - bpp;
+            for (int i = 0; i < pad; ++i) rt[cut_bytes + i] = last[i % bpp];
         }
         uint8_t *out = work->Data + static_cast<std::size_t>(y) * static_cast<std::size_t>(work->BytesPerLine);
-        if (inner_begin < inner_end) kernel.row(kernel.context, rows, inner_begin - edge, inner_end - edge, out + edge);
+        if (inner_begin < inner_end) kernel.row(kernel.context, rows, inner_begin - pad, inner_end - pad, out + pad);
         if (need_left) kernel.row(kernel.context, left, begin, end < edge ? end : edge, out);
         if (need_right) kernel.row(kernel.context, right, (begin > far ? begin : far) - far, end - far, out + far);
     }
@@ -106,9 +115,10 @@ IMF_ERROR RunRowFrame(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, in
     const int half = n >> 1;
     const std::size_t row_bytes = (static_cast<std::size_t>(src->Width) + 2 * static_cast<std::size_t>(half)) *
                                   static_cast<std::size_t>(bpp);
-    // Rows in place need two strips of 3 * half pixels per slot instead.
-    const bool in_place = kernel.rows_in_place && half > 0 && src->Width > 2 * half;
-    const std::size_t strip = 3 * static_cast<std::size_t>(half) * static_cast<std::size_t>(bpp);
+    // Rows in place need two strips per slot instead.
+    const int side = EdgeSide(half, bpp);
+    const bool in_place = kernel.rows_in_place && half > 0 && src->Width > 2 * side;
+    const std::size_t strip = static_cast<std::size_t>(side + 2 * half) * static_cast<std::size_t>(bpp);
     Scratch<uint8_t> ring;
     // Kernels address ring rows with int byte positions.
     if (row_bytes > static_cast<std::size_t>(INT32_MAX) ||
