@@ -124,11 +124,13 @@ void GaussRowVec(const GaussWeights &w, const uint8_t *const *slots, int bpp, in
 #else
     const std::size_t step = static_cast<std::size_t>(bpp), from = static_cast<std::size_t>(begin);
     const std::size_t count = static_cast<std::size_t>(end - begin);
-    // Sizes 7 and 8 (the drop shadow's) with their loops unrolled.
-    if (((w.n - 1) >> 1) == 3)
-        GaussBands<3>(w, slots, step, from, count, scratch, out);
-    else
-        GaussBands<0>(w, slots, step, from, count, scratch, out);
+    // Sizes 7 and 8 (the drop shadow's) and 24 and 25 with their loops
+    // unrolled.
+    switch ((w.n - 1) >> 1) {
+        case 3: return GaussBands<3>(w, slots, step, from, count, scratch, out);
+        case 12: return GaussBands<12>(w, slots, step, from, count, scratch, out);
+        default: return GaussBands<0>(w, slots, step, from, count, scratch, out);
+    }
 #endif
 }
 
