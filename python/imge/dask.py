@@ -5,6 +5,7 @@
     out = imge.dask.apply(big, "gaussian_blur", 7).compute()
 """
 import functools
+import operator
 import os
 
 import numpy as np
@@ -129,6 +130,45 @@ def _apply_tables(name, b, t):
     return r
 
 
+def _stripe(call, r, b, above, below):
+    """call on one stripe of rows b; its top and bottom r rows again with r
+    rows of the neighbouring stripes (above, below; None at the picture's
+    edges)."""
+    out = call(b)
+    if above is not None:
+        out[:r] = call(np.concatenate([above, b[:2 * r]]))[r:2 * r]
+    if below is not None:
+        out[-r:] = call(np.concatenate([b[-2 * r:], below]))[r:2 * r]
+    return out
+
+
+def _stripes(darr, block, r):
+    """A neighbourhood filter of reach r on chunks that span the whole width:
+    one task per stripe, which filters the stripe where it lies and redoes its
+    r rows at either seam from r rows of each neighbour. Only those small
+    slices travel between workers; no stripe is copied whole, as the general
+    overlap would copy every chunk with its borders."""
+    from dask.array.core import Array
+    from dask.base import tokenize
+    from dask.highlevelgraph import HighLevelGraph
+    token = tokenize(darr, block, r)
+    name, edge = "imge-" + block.args[0] + "-" + token, "imge-seam-" + token
+    rest = (0,) * (darr.ndim - 1)
+    count = len(darr.chunks[0])
+    layer = {}
+    for i in range(count):
+        src = (darr.name, i) + rest
+        if i > 0:
+            layer[(edge, "top", i)] = (operator.getitem, src, slice(None, r))
+        if i + 1 < count:
+            layer[(edge, "bottom", i)] = (operator.getitem, src, slice(-r, None))
+        above = (edge, "bottom", i - 1) if i > 0 else None
+        below = (edge, "top", i + 1) if i + 1 < count else None
+        layer[(name, i) + rest] = (_stripe, block, r, src, above, below)
+    graph = HighLevelGraph.from_collections(name, layer, dependencies=[darr])
+    return Array(graph, name, chunks=darr.chunks, dtype=np.uint8)
+
+
 _TWO_PASS = {"equalize", "equalize_on_luminance", "normalize", "automatic_levels", "automatic_contrast"}
 
 
@@ -136,8 +176,11 @@ def apply(darr, name, *args, **kwargs):
     """Runs imge.<name>(block, *args) over the chunks of a uint8 dask array
     (H x W, H x W x 3 or H x W x 4) with the same result as the single call on
     the whole picture, lazily:
-    - neighbourhood filters with map_overlap (the picture's edges repeat the
-      border pixel, as boundary="nearest" does);
+    - neighbourhood filters on chunks that span the whole width (stripes of
+      rows, each at least the window's height) stripe by stripe, the rows at
+      each seam redone from the neighbouring stripe; on other chunks with
+      map_overlap (the picture's edges repeat the border pixel, as
+      boundary="nearest" does);
     - point operations chunk by chunk (extract_channel drops the last axis);
     - equalize, equalize_on_luminance, normalize, automatic_levels and
       automatic_contrast in two passes: the histogram of all chunks, then its
@@ -165,6 +208,8 @@ def apply(darr, name, *args, **kwargs):
         return darr.map_blocks(block, dtype=np.uint8, drop_axis=2)
     if name in _NEIGHBOURHOOD:
         r = max(1, _NEIGHBOURHOOD[name](*args) // 2)
+        if len(darr.chunks[1]) == 1 and min(darr.chunks[0]) >= 2 * r:
+            return _stripes(darr, block, r)
         depth = {0: r, 1: r}
         if darr.ndim == 3:
             depth[2] = 0

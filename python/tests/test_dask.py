@@ -38,6 +38,21 @@ def test_chunks_equal_single_call(client, name, args):
     assert (imge.dask.apply(d, name, *args).compute() == getattr(imge, name)(SMALL // 2 + 40, *args)).all()
 
 
+# Stripes of rows that span the width: each stripe filtered where it lies and
+# its seams redone; a stripe lower than the window falls back to the overlap.
+STRIPE_CASES = [(n, (size,), c)
+                for n in ("gaussian_blur", "average", "minimum", "maximum", "median_box", "median_cross")
+                for size in (2, 5, 8, 25 if n == "gaussian_blur" else 15)
+                for c in ((70, 70, 70, 70, 20), (100, 100, 97, 3))] + [
+    (n, (), (100, 100, 100)) for n in ("emboss", "reduce_noise")]
+
+
+@pytest.mark.parametrize("name,args,rows", STRIPE_CASES)
+def test_stripes_equal_single_call(client, name, args, rows):
+    d = da.from_array(SMALL, chunks=(rows, 400, 3))
+    assert (imge.dask.apply(d, name, *args).compute() == getattr(imge, name)(SMALL, *args)).all()
+
+
 def test_full_size_on_4x4_chunks_and_statistics(client):
     d = da.from_array(BIG, chunks=(750, 1000, 3))
     for name, args in (("gaussian_blur", (7,)), ("median_box", (4,)), ("automatic_levels", ())):
