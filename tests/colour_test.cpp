@@ -68,6 +68,29 @@ TEST(ChannelOps, StatedValues) {
 
 // The source passed as its own destination is worked in place: same
 // buffer, same bytes as a null destination, nothing replaced or leaked.
+// A byte bitmap that claims 2..7 bits per component still holds a byte per
+// component: its result is an ordinary 8-bit bitmap with the 8-bit bytes.
+TEST(ChannelOps, ByteBitmapsClaimingFewerBitsComeOutAsEightBit) {
+    using Op = IMF_ERROR (*)(IMF_BITMAP *, IMF_BITMAP *);
+    struct Row { const char *name; unsigned type; Op op; } rows[] = {
+        {"desaturate", IMF_RGB, [](IMF_BITMAP *s, IMF_BITMAP *d) { return imfDesaturate(s, d, nullptr); }},
+        {"swap", IMF_RGB, [](IMF_BITMAP *s, IMF_BITMAP *d) { return imfSwapColors(s, d, nullptr, 1); }},
+        {"contra-brightness", IMF_GREY, [](IMF_BITMAP *s, IMF_BITMAP *d) { return imfContraBrightness(s, d, nullptr, 40); }}};
+    std::mt19937 rng(27);
+    for (const Row &r : rows)
+        for (TUword bits : {2, 5, 7}) {
+            OwnedImf src, want, got;
+            MakeRandom(rng, r.type, 9, 4, 4, &src);
+            ASSERT_EQ(r.op(src.get(), want.get()), IMF_NOERROR);
+            src->BitsPerComponent = bits;
+            ASSERT_EQ(r.op(src.get(), got.get()), IMF_NOERROR) << r.name << " " << bits;
+            EXPECT_EQ(got->BitsPerComponent, 8) << r.name << " " << bits;
+            ASSERT_EQ(got->BytesPerLine, want->BytesPerLine) << r.name << " " << bits;
+            EXPECT_EQ(std::memcmp(got->Data, want->Data, static_cast<std::size_t>(want->BytesPerLine) * want->Height), 0)
+                << r.name << " " << bits;
+        }
+}
+
 TEST(ChannelOps, ShadowHighlightWithTheSourceAsDestinationWorksInPlace) {
     std::mt19937 rng(77);
     for (unsigned type : {IMF_GREY, IMF_RGB, IMF_BGRA}) {

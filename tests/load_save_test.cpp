@@ -4,7 +4,10 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <fstream>
+#include <iterator>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "libtools.h"
@@ -25,21 +28,24 @@ std::vector<uint8_t> Block(const IMG_BITMAP *b, TUlong marker) {
     return {};
 }
 
+// Appends one PNG chunk: length, type, data, CRC of type and data.
+void AppendChunk(std::vector<uint8_t> &png, const char *type, std::vector<uint8_t> data) {
+    for (int k = 0; k < 4; ++k) png.push_back(uint8_t(data.size() >> (24 - 8 * k)));
+    data.insert(data.begin(), type, type + 4);
+    uint32_t crc = 0xFFFFFFFF;
+    for (uint8_t byte : data) {
+        crc ^= byte;
+        for (int bit = 0; bit < 8; ++bit) crc = crc >> 1 ^ (0xEDB88320 & (0 - (crc & 1)));
+    }
+    png.insert(png.end(), data.begin(), data.end());
+    for (int k = 0; k < 4; ++k) png.push_back(uint8_t(~crc >> (24 - 8 * k)));
+}
+
 // A grey PNG whose header declares `side` x `side` pixels and whose data
 // then ends.
 std::vector<uint8_t> PngDeclaring(uint32_t side) {
     std::vector<uint8_t> png = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1a, '\n'};
-    auto chunk = [&png](const char *type, std::vector<uint8_t> data) {
-        for (int k = 0; k < 4; ++k) png.push_back(uint8_t(data.size() >> (24 - 8 * k)));
-        data.insert(data.begin(), type, type + 4);
-        uint32_t crc = 0xFFFFFFFF;  // over the type and the data
-        for (uint8_t byte : data) {
-            crc ^= byte;
-            for (int bit = 0; bit < 8; ++bit) crc = crc >> 1 ^ (0xEDB88320 & (0 - (crc & 1)));
-        }
-        png.insert(png.end(), data.begin(), data.end());
-        for (int k = 0; k < 4; ++k) png.push_back(uint8_t(~crc >> (24 - 8 * k)));
-    };
+    auto chunk = [&png](const char *type, std::vector<uint8_t> data) { AppendChunk(png, type, std::move(data)); };
     std::vector<uint8_t> header;
     for (int k = 0; k < 8; ++k) header.push_back(uint8_t(side >> (24 - 8 * (k % 4))));
     header.insert(header.end(), {8, 0, 0, 0, 0});
@@ -158,6 +164,34 @@ TEST(LoadSave, MetadataTravelsThroughJpegAndPng) {
         }
         b->MetaData = nullptr;
         imgFreeBitmap(b);
+    }
+}
+
+// IPTC in a PNG text chunk as other programs write it: the raw-profile hex
+// digits in either case.
+TEST(LoadSave, PngRawProfileHexInEitherCase) {
+    TempDir dir;
+    const std::string path = dir.File("t.png");
+    IMG_BITMAP *b = imgCreateBitmap(IMG_RGB, 3, 2);
+    ASSERT_EQ(imgSaveBitmap(path.c_str(), b, nullptr), IMG_NO_ERROR);
+    imgFreeBitmap(b);
+    std::vector<uint8_t> plain;
+    {
+        std::ifstream in(path, std::ios::binary);
+        plain.assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+    }
+    ASSERT_GT(plain.size(), 12u);
+    plain.resize(plain.size() - 12);  // without IEND
+    for (const char *hex : {"deadbeef", "DEADBEEF", "DeAdBeEf"}) {
+        std::vector<uint8_t> png = plain;
+        const std::string text = std::string("Raw profile type 8bim") + '\0' + "\n8bim\n       4\n" + hex + "\n";
+        AppendChunk(png, "tEXt", std::vector<uint8_t>(text.begin(), text.end()));
+        AppendChunk(png, "IEND", {});
+        std::ofstream(path, std::ios::binary).write(reinterpret_cast<const char *>(png.data()), png.size());
+        IMG_BITMAP *l = nullptr;
+        ASSERT_EQ(imgLoadBitmap(path.c_str(), &l), IMG_NO_ERROR) << hex;
+        EXPECT_EQ(Block(l, IMF_IPTC_METADATA), (std::vector<uint8_t>{0xDE, 0xAD, 0xBE, 0xEF})) << hex;
+        imgFreeBitmap(l);
     }
 }
 
