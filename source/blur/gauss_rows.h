@@ -26,7 +26,7 @@ void GaussRow(const GaussWeights &w, const uint8_t *const *slots, int bpp, int b
 float GaussColumn(const GaussWeights &w, const uint8_t *const *slots, std::size_t t);
 uint8_t GaussByte(const GaussWeights &w, const float *s, std::size_t bpp);
 
-// The plain loop (identical bytes).
+// The plain loop (the vector path gives the same bytes within one).
 void GaussRowPlain(const GaussWeights &w, const uint8_t *const *slots, int bpp, int begin, int end, float *scratch,
                    uint8_t *out);
 

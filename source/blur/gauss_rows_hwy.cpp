@@ -1,6 +1,8 @@
 // Vector row kernel of the Gaussian blur (Highway, dispatched at run time):
 // the same sums as gauss_rows.cpp in the same order, in single precision,
-// a band of the row at a time.
+// a band of the row at a time. Each multiply is fused with its addition
+// where the target can, so a byte whose sum sits at an integer may come out
+// one away from the plain loop's.
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "blur/gauss_rows_hwy.cpp"
 #include <hwy/foreach_target.h>  // IWYU pragma: keep

@@ -72,11 +72,12 @@ struct RowKernelRef {
 // A kernel may declare `bool RowsInPlace() const`: true when each Row call
 // depends on nothing but its slots and range (no state from row to row, no
 // slots[n]). The frame then hands it the source rows where they are for the
-// columns whose neighbourhood lies inside the picture (slots[k] is then the
-// source row itself, begin and end and out shifted to match), and short
-// edge-extended strips for the n >> 1 columns at either edge, in separate
-// calls; slots[n] is null throughout. The bytes are the same, without the
-// copy of every row into the ring.
+// columns away from the edges (slots[k] is then the source row itself, begin
+// and end and out shifted to match), and short edge-extended strips for the
+// columns near either edge (at least n >> 1 of them and at least 64 bytes,
+// so that vector loops run there too), in separate calls; slots[n] is null
+// throughout. The bytes are the same, without the copy of every row into the
+// ring. Rows too narrow for two strips go through the ring as before.
 template <typename Kernel, typename = void>
 struct DeclaresRowsInPlace : std::false_type {};
 template <typename Kernel>
