@@ -160,6 +160,19 @@ TEST(DrawPolygon, ScanlineAndRectanglePaths) {
         ASSERT_EQ(imgDrawPolygonColor(p.b, c.first, 4, &kWhite, 1, nullptr, 0, nullptr), IMG_NO_ERROR);
         EXPECT_EQ(p.Rows(), c.second);
     }
+    // Four points that are not an axis-aligned rectangle, each missing one of
+    // its four conditions, go through the scanline fill: never the rectangle
+    // from the first point to (second x, third y).
+    const IMG_POINT near[4][4] = {{{0, 0}, {5, 0}, {5, 5}, {0, 2}}, {{0, 0}, {5, 2}, {5, 5}, {0, 5}},
+                                  {{0, 0}, {5, 0}, {4, 5}, {0, 5}}, {{3, 0}, {5, 0}, {5, 5}, {0, 5}}};
+    for (const auto &q : near) {
+        Canvas p(6, 6);
+        ASSERT_EQ(imgDrawPolygonColor(p.b, q, 4, &kWhite, 1, nullptr, 0, nullptr), IMG_NO_ERROR);
+        Rows rect(6, "......");
+        for (int y = q[0].y; y <= q[2].y; ++y)
+            for (int x = q[0].x; x <= q[1].x; ++x) rect[y][x] = '#';
+        EXPECT_NE(p.Rows(), rect) << q[0].x << "," << q[0].y << " " << q[1].x << "," << q[1].y;
+    }
     Canvas both(8, 8);
     const IMG_COLOR grey = {100, 100, 100, 0};
     const IMG_POINT sq[4] = {{1, 1}, {5, 1}, {5, 5}, {1, 5}};
