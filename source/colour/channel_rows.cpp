@@ -27,6 +27,33 @@ void SwapPixelBytes(const TUbyte *in, TUbyte *out, TUlong mode) {
     out[2] = c;
 }
 
+namespace {
+// Three-byte pixels: byte o + j of a row (o the vector's start, phase
+// p = o % 3) takes source byte o + j + d; the load at o - 2 holds it while
+// j + d <= 13, else the load at o + 2. Block i of a vector starts 16 * i
+// bytes on, one phase step later.
+constexpr SwapIndexTable MakeSwapIndexTable() {
+    SwapIndexTable t{};
+    for (int mode = 0; mode < 5; ++mode)
+        for (int p = 0; p < 3; ++p)
+            for (int b = 0; b < 64; ++b) {
+                const int j = b % 16, k = (p + b / 16 + j) % 3;
+                const int from = j + SwapSource(mode, k) - k;
+                const bool early = from <= 13;
+                t.three[mode][p][0][b] = static_cast<TUbyte>(early ? from + 2 : 0x80);
+                t.three[mode][p][1][b] = static_cast<TUbyte>(early ? 0x80 : from - 2);
+            }
+    for (int mode = 0; mode < 5; ++mode)
+        for (int b = 0; b < 64; ++b) {
+            const int k = b % 4;
+            t.four[mode][b] = static_cast<TUbyte>(b % 16 - k + (k < 3 ? SwapSource(mode, k) : 3));
+        }
+    return t;
+}
+}  // namespace
+
+constexpr SwapIndexTable kSwapBlockIndex = MakeSwapIndexTable();
+
 void SwapRowPlain(const TUbyte *in, TUbyte *out, TLong n, int bpp, int mode) {
     const int s0 = SwapSource(mode, 0), s1 = SwapSource(mode, 1), s2 = SwapSource(mode, 2);
     for (TLong x = 0; x < n; ++x, in += bpp, out += bpp) {

@@ -49,24 +49,38 @@ void SwapVec(const TUbyte *HWY_RESTRICT in, TUbyte *HWY_RESTRICT out, TLong n, i
 #else
     const hn::ScalableTag<uint8_t> d;
     const TLong N = static_cast<TLong>(hn::Lanes(d));
-    const int s0 = SwapSource(mode, 0), s1 = SwapSource(mode, 1), s2 = SwapSource(mode, 2);
     TLong x = 0;
     if (bpp == 3) {
-        // Five pixels per 16-byte block, one byte shuffle each: the block's
-        // last byte is stored unchanged and rewritten by the next block, so
-        // blocks stop while that byte still lies inside the row.
-        const hn::CappedTag<uint8_t, 16> d16;
-        HWY_ALIGN uint8_t order[16];
-        for (int k = 0; k < 15; ++k) order[k] = static_cast<uint8_t>(k - k % 3 + SwapSource(mode, k % 3));
-        order[15] = 15;
-        const auto idx = hn::Load(d16, order);
-        for (; 3 * (x + 5) < 3 * n; x += 5) hn::StoreU(hn::TableLookupBytes(hn::LoadU(d16, in + 3 * x), idx), d16, out + 3 * x);
-    } else {
-        for (; x + N <= n; x += N) {
-            hn::Vec<decltype(d)> p[4];
-            hn::LoadInterleaved4(d, in + 4 * x, p[0], p[1], p[2], p[3]);
-            hn::StoreInterleaved4(p[s0], p[s1], p[s2], p[3], d, out + 4 * x);
+        // A vector of output bytes at o takes its bytes from two loads, two
+        // bytes before and two bytes after it, one byte shuffle each; three
+        // vectors in a row go through the three pixel phases.
+        const TLong len = 3 * n;
+        // The first vector lands on an N-byte boundary of the output.
+        TLong o = 2 + static_cast<TLong>((0 - reinterpret_cast<uintptr_t>(out + 2)) & static_cast<uintptr_t>(N - 1));
+        if (o + 3 * N + 2 <= len) {
+            const auto &idx = kSwapBlockIndex.three[mode];
+            // Vector k of each three starts at phase (o + k * N) % 3.
+            const int p = static_cast<int>(o % 3);
+            const auto a0 = hn::LoadU(d, idx[p][0]), b0 = hn::LoadU(d, idx[p][1]);
+            const auto a1 = hn::LoadU(d, idx[(p + N) % 3][0]), b1 = hn::LoadU(d, idx[(p + N) % 3][1]);
+            const auto a2 = hn::LoadU(d, idx[(p + 2 * N) % 3][0]), b2 = hn::LoadU(d, idx[(p + 2 * N) % 3][1]);
+            SwapRowPlain(in, out, (o + 2) / 3, 3, mode);
+            const auto at = [&](TLong o, decltype(a0) ia, decltype(a0) ib) {
+                const auto lo = hn::LoadU(d, in + o - 2), hi = hn::LoadU(d, in + o + 2);
+                hn::Store(hn::Or(hn::TableLookupBytesOr0(lo, ia), hn::TableLookupBytesOr0(hi, ib)), d, out + o);
+            };
+            for (; o + 3 * N + 2 <= len; o += 3 * N) {
+                at(o, a0, b0);
+                at(o + N, a1, b1);
+                at(o + 2 * N, a2, b2);
+            }
+            x = o / 3;
         }
+    } else {
+        // Four-byte pixels never straddle a 16-byte block: one shuffle.
+        const auto idx = hn::LoadU(d, kSwapBlockIndex.four[mode]);
+        for (; 4 * (x + N / 4) <= 4 * n; x += N / 4)
+            hn::StoreU(hn::TableLookupBytes(hn::LoadU(d, in + 4 * x), idx), d, out + 4 * x);
     }
     SwapRowPlain(in + x * bpp, out + x * bpp, n - x, bpp, mode);
 #endif
