@@ -208,6 +208,25 @@ TEST(ExifMarkers, EveryExifApp1GetsItsDimensionsNotOnlyTheFirstMarker) {
     }
 }
 
+// The luma's sampling against the chroma's, as the three-digit name.
+TEST(JpegSubsampling, EachLayoutByItsName) {
+    struct Row { Sampling sampling; IMG_INT32 want; } rows[] = {
+        {Sampling::k444, 444}, {Sampling::k422, 422}, {Sampling::k420, 420},
+        {Sampling::k440, 440}, {Sampling::k411, 411}, {Sampling::kGrey, 0}};
+    TempDir dir;
+    for (const Row &r : rows) {
+        JpegRecipe recipe;
+        recipe.width = 40;
+        recipe.height = 24;
+        recipe.sampling = r.sampling;
+        const std::string path = dir.File("s.jpg");
+        WriteFileBytes(path, MakeJpeg(recipe));
+        IMG_INT32 got = -1;
+        ASSERT_EQ(imgGetJpegSubsampling(path.c_str(), &got), IMG_NO_ERROR);
+        EXPECT_EQ(got, r.want) << static_cast<int>(r.sampling);
+    }
+}
+
 TEST(ExifMarkers, ExiftoolReadsTheUprightFileAndItsThumbnail) {
     if (!HaveProgram("exiftool") || !HaveProgram("jpegtran")) GTEST_SKIP() << "exiftool or jpegtran missing";
     TempDir dir;

@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <ostream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "jpeg/jxform.h"
@@ -65,6 +66,15 @@ std::vector<Config> Configs() {
     p.sampling = Sampling::k422;
     p.progressive = true;
     out.push_back({"422_progressive", p});
+    // Tall and wide chroma blocks: iMCUs of 8 x 16 and 32 x 8 pixels.
+    for (const auto &t : {std::make_pair(Sampling::k440, "440_67x45"), std::make_pair(Sampling::k411, "411_130x97")}) {
+        JpegRecipe q;
+        q.sampling = t.first;
+        q.width = t.first == Sampling::k440 ? 67 : 130;
+        q.height = t.first == Sampling::k440 ? 45 : 97;
+        q.seed = seed++;
+        out.push_back({t.second, q});
+    }
     JpegRecipe m;
     m.width = 71;
     m.height = 53;

@@ -65,8 +65,10 @@ bool Compress(const JpegRecipe &s, const Bytes &px, int components, unsigned cha
     c.write_JFIF_header = s.jfif ? TRUE : FALSE;
     c.optimize_coding = s.optimize ? TRUE : FALSE;
     if (components == 3) {
-        const int h = s.sampling == Sampling::k444 ? 1 : 2;
-        const int v = s.sampling == Sampling::k420 ? 2 : 1;
+        const int h = s.sampling == Sampling::k444 || s.sampling == Sampling::k440 ? 1
+                      : s.sampling == Sampling::k411                               ? 4
+                                                                                   : 2;
+        const int v = s.sampling == Sampling::k420 || s.sampling == Sampling::k440 ? 2 : 1;
         c.comp_info[0].h_samp_factor = h;
         c.comp_info[0].v_samp_factor = v;
     }

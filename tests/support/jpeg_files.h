@@ -14,7 +14,7 @@ namespace testing_support {
 
 using Bytes = std::vector<uint8_t>;
 
-enum class Sampling { k444, k422, k420, kGrey, kCmyk };
+enum class Sampling { k444, k422, k420, k440, k411, kGrey, kCmyk };
 
 struct JpegRecipe {
     int width = 64, height = 48;
