@@ -269,6 +269,7 @@ done <<ROWS
 2|geo.png|expected one of 90, 180, 270|rotate --by 45 J -o geo.png
 2|geo.png|crop needs --width|crop --height 5 J -o geo.png
 1|geo.png|the corner 240,0 lies outside the 240 x 320 picture|crop --x 240 --width 5 --height 5 J -o geo.png
+1|geo.png|the corner 0,320 lies outside the 240 x 320 picture|crop --y 320 --width 5 --height 5 J -o geo.png
 2|plot.gif|cannot tell the format|histogram --plot plot.gif J
 ROWS
 # Exact pixels of the 3 x 2 grey picture 1 2 3 / 4 5 6 after each geometry step.
