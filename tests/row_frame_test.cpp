@@ -135,10 +135,11 @@ TEST(RowFrame, SlotsHoldTheClampedNeighbourhoodForOddAndEvenSides) {
 
 // A kernel that keeps nothing from row to row is handed the source rows
 // themselves and strips at either edge: the same bytes, on rows narrower and
-// wider than the two edge strips, with and without an area.
+// wider than the two edge strips, strips as narrow as the neighbourhood or
+// wider, with and without an area.
 TEST(RowFrame, RowsInPlaceGiveTheRingsBytes) {
     struct InPlaceProbe {
-        int k, j, bpp = 0;
+        int k, j, edge, bpp = 0;
         bool Prepare(int, int b) {
             bpp = b;
             return true;
@@ -147,6 +148,7 @@ TEST(RowFrame, RowsInPlaceGiveTheRingsBytes) {
             for (int i = begin; i < end; ++i) out[i] = slots[k][i + j * bpp];
         }
         bool RowsInPlace() const { return true; }
+        int EdgeBytes() const { return edge; }
     };
     std::mt19937 rng(12);
     std::uniform_int_distribution<int> width(1, 170), height(1, 30), side(2, 25), coin(0, 1);
@@ -156,11 +158,12 @@ TEST(RowFrame, RowsInPlaceGiveTheRingsBytes) {
         OwnedImf src, dst;
         testing_support::MakeRandom(rng, type, w, h, 1 + iter % 4, &src);
         std::uniform_int_distribution<int> pick(0, n - 1);
-        InPlaceProbe probe{pick(rng), pick(rng)};
+        InPlaceProbe probe{pick(rng), pick(rng), iter % 3 == 0 ? 0 : iter % 3 == 1 ? 7 : 64};
         const bool use_area = coin(rng);
         IMF_RECT area = use_area ? testing_support::RandomArea(rng, w, h) : IMF_RECT{0, 0, w, h};
         SCOPED_TRACE(testing_support::TypeName(type) + " " + std::to_string(w) + "x" + std::to_string(h) + " n" +
-                     std::to_string(n) + " k" + std::to_string(probe.k) + " j" + std::to_string(probe.j));
+                     std::to_string(n) + " k" + std::to_string(probe.k) + " j" + std::to_string(probe.j) +
+                     " edge " + std::to_string(probe.edge));
         ASSERT_EQ(imge::RunRowFilter(src.get(), dst.get(), use_area ? &area : nullptr, n, true, probe), IMF_NOERROR);
         ExpectProbedBytes(*src.get(), *dst.get(), use_area ? &area : nullptr, n, probe.k, probe.j);
     }

@@ -30,17 +30,15 @@ namespace {
 
 // The frame's loop for kernels whose rows may come straight from the source
 // (see RowKernelRef): interior columns read the bitmap's rows, the `side`
-// columns at either edge (at least half, and at least kEdgeBytes bytes so
-// that vector kernels run there too) read strips of side + 2 * half pixels
-// cut from the edge-extended row (left: half copies of the first pixel, then
-// side + half pixels; right: the last side + half pixels, then half copies
-// of the last). Each source row's pair of strips is cut once, into a ring of
+// columns at either edge (at least half, and at least the kernel's edge
+// bytes, 64 unless it asks otherwise, so that vector kernels run there too)
+// read strips of side + 2 * half pixels cut from the edge-extended row
+// (left: half copies of the first pixel, then side + half pixels; right: the
+// last side + half pixels, then half copies of the last). Each source row's pair of strips is cut once, into a ring of
 // n pairs keyed by row number: the rows of one neighbourhood are n
 // consecutive numbers (after clamping, fewer), so they never share a place.
-constexpr int kEdgeBytes = 64;
-
-int EdgeSide(int half, int bpp) {
-    const int wide = (kEdgeBytes + bpp - 1) / bpp;
+int EdgeSide(int half, int bpp, int edge_bytes) {
+    const int wide = (edge_bytes + bpp - 1) / bpp;
     return half > wide ? half : wide;
 }
 
@@ -48,7 +46,7 @@ void RowsInPlace(const IMF_BITMAP *src, IMF_BITMAP *work, const IMF_RECT &rect, 
                  std::size_t strip, const RowKernelRef &kernel) {
     const int half = n >> 1;
     const int bpp = src->BytesPerPixel;
-    const int side = EdgeSide(half, bpp);
+    const int side = EdgeSide(half, bpp, kernel.edge_bytes);
     const std::size_t cut_bytes = static_cast<std::size_t>(side + half) * static_cast<std::size_t>(bpp);
     const int edge = side * bpp, far = (src->Width - side) * bpp, pad = half * bpp;
     const int begin = rect.left * bpp, end = (rect.left + rect.width) * bpp;
@@ -116,7 +114,7 @@ IMF_ERROR RunRowFrame(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, in
     const std::size_t row_bytes = (static_cast<std::size_t>(src->Width) + 2 * static_cast<std::size_t>(half)) *
                                   static_cast<std::size_t>(bpp);
     // Rows in place need two strips per slot instead.
-    const int side = EdgeSide(half, bpp);
+    const int side = EdgeSide(half, bpp, kernel.edge_bytes);
     const bool in_place = kernel.rows_in_place && half > 0 && src->Width > 2 * side;
     const std::size_t strip = static_cast<std::size_t>(side + 2 * half) * static_cast<std::size_t>(bpp);
     Scratch<uint8_t> ring;

@@ -67,6 +67,7 @@ struct RowKernelRef {
     bool (*prepare)(void *context, int width, int bpp);
     void (*row)(void *context, const uint8_t *const *slots, int begin, int end, uint8_t *out);
     bool rows_in_place;
+    int edge_bytes;  // narrowest edge strip with rows in place
 };
 
 // A kernel may declare `bool RowsInPlace() const`: true when each Row call
@@ -78,10 +79,19 @@ struct RowKernelRef {
 // so that vector loops run there too), in separate calls; slots[n] is null
 // throughout. The bytes are the same, without the copy of every row into the
 // ring. Rows too narrow for two strips go through the ring as before.
+// Such a kernel may also declare `int EdgeBytes() const`, the narrowest strip
+// it wants in bytes, when its edge columns run faster in another width
+// (0: strips of n >> 1 pixels).
+constexpr int kDefaultEdgeBytes = 64;
 template <typename Kernel, typename = void>
 struct DeclaresRowsInPlace : std::false_type {};
 template <typename Kernel>
 struct DeclaresRowsInPlace<Kernel, std::void_t<decltype(std::declval<const Kernel &>().RowsInPlace())>>
+    : std::true_type {};
+template <typename Kernel, typename = void>
+struct DeclaresEdgeBytes : std::false_type {};
+template <typename Kernel>
+struct DeclaresEdgeBytes<Kernel, std::void_t<decltype(std::declval<const Kernel &>().EdgeBytes())>>
     : std::true_type {};
 IMF_ERROR RunRowFrame(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, int n, bool params_ok,
                       const RowKernelRef &kernel);
@@ -102,6 +112,10 @@ IMF_ERROR RunRowFilter(IMF_BITMAP *src, IMF_BITMAP *dst, const IMF_RECT *area, i
         ref.rows_in_place = kernel.RowsInPlace();
     else
         ref.rows_in_place = false;
+    if constexpr (DeclaresEdgeBytes<Kernel>::value)
+        ref.edge_bytes = kernel.EdgeBytes();
+    else
+        ref.edge_bytes = kDefaultEdgeBytes;
     return RunRowFrame(src, dst, area, n, params_ok, ref);
 }
 
