@@ -47,7 +47,8 @@ void SwapVec(const TUbyte *HWY_RESTRICT in, TUbyte *HWY_RESTRICT out, TLong n, i
 #if HWY_TARGET == HWY_SCALAR
     return SwapRowPlain(in, out, n, bpp, mode);
 #else
-    const hn::ScalableTag<uint8_t> d;
+    // The shuffle tables cover 64 bytes: wider vectors are capped.
+    const hn::CappedTag<uint8_t, 64> d;
     const TLong N = static_cast<TLong>(hn::Lanes(d));
     TLong x = 0;
     if (bpp == 3) {
@@ -79,7 +80,7 @@ void SwapVec(const TUbyte *HWY_RESTRICT in, TUbyte *HWY_RESTRICT out, TLong n, i
     } else {
         // Four-byte pixels never straddle a 16-byte block: one shuffle.
         const auto idx = hn::LoadU(d, kSwapBlockIndex.four[mode]);
-        for (; 4 * (x + N / 4) <= 4 * n; x += N / 4)
+        for (; x + N / 4 <= n; x += N / 4)
             hn::StoreU(hn::TableLookupBytes(hn::LoadU(d, in + 4 * x), idx), d, out + 4 * x);
     }
     SwapRowPlain(in + x * bpp, out + x * bpp, n - x, bpp, mode);

@@ -34,9 +34,10 @@ namespace {
 // bytes, 64 unless it asks otherwise, so that vector kernels run there too)
 // read strips of side + 2 * half pixels cut from the edge-extended row
 // (left: half copies of the first pixel, then side + half pixels; right: the
-// last side + half pixels, then half copies of the last). Each source row's pair of strips is cut once, into a ring of
-// n pairs keyed by row number: the rows of one neighbourhood are n
-// consecutive numbers (after clamping, fewer), so they never share a place.
+// last side + half pixels, then half copies of the last). Each source row's
+// pair of strips is cut once, into a ring of n pairs keyed by row number: the
+// rows of one neighbourhood are n consecutive numbers (after clamping, fewer),
+// so they never share a place.
 int EdgeSide(int half, int bpp, int edge_bytes) {
     const int wide = (edge_bytes + bpp - 1) / bpp;
     return half > wide ? half : wide;
