@@ -8,6 +8,7 @@
 #include <ctime>
 #include <limits>
 #include <random>
+#include <utility>
 #include <vector>
 
 #include <hwy/targets.h>
@@ -135,6 +136,22 @@ TEST(ChannelOps, ShadowHighlightWithTheSourceAsDestinationWorksInPlace) {
             OwnedImf d;
             EXPECT_EQ(imfAdjustShadowHighlight(&b, d.get(), nullptr, 60, -40), IMF_NOERROR) << e.w << 'x' << e.h;
             EXPECT_EQ(imfAdjustShadowHighlight(&b, nullptr, nullptr, 60, -40), IMF_NOERROR) << e.w << 'x' << e.h;
+        }
+}
+
+// Every byte layout against the plain reference: the colour bytes of dark
+// and bright pixels stretched, a fourth byte left as it was.
+TEST(ChannelOps, ShadowHighlightMatchesThePlainReferenceOnEveryLayout) {
+    std::mt19937 rng(41);
+    const std::pair<long, long> amounts[] = {{60, -40}, {-100, 100}, {25, 25}};
+    for (unsigned type : {IMF_GREY, IMF_RGB, IMF_BGR, IMF_RGBA, IMF_BGRA})
+        for (const auto &a : amounts) {
+            OwnedImf src, got, want;
+            MakeRandom(rng, type, 37, 5, 4, &src);
+            Clone(src.b, &want);
+            reference::ShadowHighlight(want.get(), IMF_RECT{0, 0, 37, 5}, a.first, a.second);
+            ASSERT_EQ(imfAdjustShadowHighlight(src.get(), got.get(), nullptr, a.first, a.second), IMF_NOERROR);
+            EXPECT_EQ(Diff(got.b, want.b), "") << TypeName(type) << " " << a.first << " " << a.second;
         }
 }
 

@@ -53,6 +53,11 @@ TEST(DrawLine, Clipping) {
     // Pattern position 0 is the clipped start (column 0).
     EXPECT_EQ(Line(20, 10, -5, 5, 15, 5, 1, IMG_LINE_STYLE_DASH)[5], "......##########....");
     EXPECT_EQ(Canvas(1, 1).Count(), 0);
+    // A segment clipped down to one point is plotted at its unclipped start:
+    // a wide pen centred above the canvas only reaches into its first row.
+    const Rows tip = Line(10, 10, 3, -4, 3, 0, 9);
+    EXPECT_EQ(tip[0], "..###.....");
+    for (int y = 1; y < 10; ++y) EXPECT_EQ(tip[y], "..........") << y;
     for (auto seg : {std::vector<int>{20, 20, 30, 5}, {5, -5, -3, 0}, {-3, -3, -1, -1}, {10, 0, 10, 9}}) {
         Rows rows = Line(10, 10, seg[0], seg[1], seg[2], seg[3]);
         for (auto &row : rows) EXPECT_EQ(row, "..........") << seg[0] << "," << seg[1];

@@ -69,7 +69,8 @@ TEST(ToolParams, ColoursByHexListNameOrNone) {
         int r, g, b, a;
     } cases[] = {{"#ff8000", 255, 128, 0, 255}, {"#FF800040", 255, 128, 0, 64}, {"0,0,255", 0, 0, 255, 255},
                  {"orange", 255, 128, 0, 255}, {"white", 255, 255, 255, 255}, {"Gray", 128, 128, 128, 255},
-                 {"grey", 128, 128, 128, 255}, {"green", 0, 128, 0, 255}, {"teal", 0, 128, 128, 255}};
+                 {"grey", 128, 128, 128, 255}, {"green", 0, 128, 0, 255}, {"teal", 0, 128, 128, 255},
+                 {"AQUA", 0, 255, 255, 255}, {"BlAck", 0, 0, 0, 255}};
     for (const auto &c : cases) {
         Args a = ParseArgs(op, {{"must", "1"}, {"fill", c.text}});
         const IMG_COLOR &col = a.Color("fill");
