@@ -126,8 +126,8 @@ void GaussRowVec(const GaussWeights &w, const uint8_t *const *slots, int bpp, in
 #else
     const std::size_t step = static_cast<std::size_t>(bpp), from = static_cast<std::size_t>(begin);
     const std::size_t count = static_cast<std::size_t>(end - begin);
-    // Sizes 7 and 8 (the drop shadow's) and 24 and 25 with their loops
-    // unrolled.
+    // Sizes 7 and 8 (three pairs of taps; the drop shadow's) and 25 (twelve
+    // pairs) with their loops unrolled.
     switch ((w.n - 1) >> 1) {
         case 3: return GaussBands<3>(w, slots, step, from, count, scratch, out);
         case 12: return GaussBands<12>(w, slots, step, from, count, scratch, out);
