@@ -4,10 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <fstream>
-#include <iterator>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "libtools.h"
@@ -45,12 +42,11 @@ void AppendChunk(std::vector<uint8_t> &png, const char *type, std::vector<uint8_
 // then ends.
 std::vector<uint8_t> PngDeclaring(uint32_t side) {
     std::vector<uint8_t> png = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1a, '\n'};
-    auto chunk = [&png](const char *type, std::vector<uint8_t> data) { AppendChunk(png, type, std::move(data)); };
     std::vector<uint8_t> header;
     for (int k = 0; k < 8; ++k) header.push_back(uint8_t(side >> (24 - 8 * (k % 4))));
     header.insert(header.end(), {8, 0, 0, 0, 0});
-    chunk("IHDR", header);
-    chunk("IDAT", {});
+    AppendChunk(png, "IHDR", header);
+    AppendChunk(png, "IDAT", {});
     return png;
 }
 
@@ -175,11 +171,7 @@ TEST(LoadSave, PngRawProfileHexInEitherCase) {
     IMG_BITMAP *b = imgCreateBitmap(IMG_RGB, 3, 2);
     ASSERT_EQ(imgSaveBitmap(path.c_str(), b, nullptr), IMG_NO_ERROR);
     imgFreeBitmap(b);
-    std::vector<uint8_t> plain;
-    {
-        std::ifstream in(path, std::ios::binary);
-        plain.assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-    }
+    std::vector<uint8_t> plain = testing_support::ReadFileBytes(path);
     ASSERT_GT(plain.size(), 12u);
     plain.resize(plain.size() - 12);  // without IEND
     for (const char *hex : {"deadbeef", "DEADBEEF", "DeAdBeEf"}) {
@@ -187,7 +179,7 @@ TEST(LoadSave, PngRawProfileHexInEitherCase) {
         const std::string text = std::string("Raw profile type 8bim") + '\0' + "\n8bim\n       4\n" + hex + "\n";
         AppendChunk(png, "tEXt", std::vector<uint8_t>(text.begin(), text.end()));
         AppendChunk(png, "IEND", {});
-        std::ofstream(path, std::ios::binary).write(reinterpret_cast<const char *>(png.data()), png.size());
+        testing_support::WriteFileBytes(path, png);
         IMG_BITMAP *l = nullptr;
         ASSERT_EQ(imgLoadBitmap(path.c_str(), &l), IMG_NO_ERROR) << hex;
         EXPECT_EQ(Block(l, IMF_IPTC_METADATA), (std::vector<uint8_t>{0xDE, 0xAD, 0xBE, 0xEF})) << hex;
