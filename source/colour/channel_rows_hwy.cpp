@@ -56,26 +56,45 @@ void SwapVec(const TUbyte *HWY_RESTRICT in, TUbyte *HWY_RESTRICT out, TLong n, i
         // bytes before and two bytes after it, one byte shuffle each; three
         // vectors in a row go through the three pixel phases.
         const TLong len = 3 * n;
-        // The first vector lands on an N-byte boundary of the output.
-        TLong o = 2 + static_cast<TLong>((0 - reinterpret_cast<uintptr_t>(out + 2)) & static_cast<uintptr_t>(N - 1));
-        if (o + 3 * N + 2 <= len) {
+        // The stores after the first land on N-byte boundaries of the output;
+        // the first and the last vector may overlap their neighbours (the
+        // same bytes written twice), so only the first and the last pixel's
+        // bytes outside them take the plain loop.
+        if (len >= N + 4) {
             const auto &idx = kSwapBlockIndex.three[mode];
-            // Vector k of each three starts at phase (o + k * N) % 3.
-            const int p = static_cast<int>(o % 3);
-            const auto a0 = hn::LoadU(d, idx[p][0]), b0 = hn::LoadU(d, idx[p][1]);
-            const auto a1 = hn::LoadU(d, idx[(p + N) % 3][0]), b1 = hn::LoadU(d, idx[(p + N) % 3][1]);
-            const auto a2 = hn::LoadU(d, idx[(p + 2 * N) % 3][0]), b2 = hn::LoadU(d, idx[(p + 2 * N) % 3][1]);
-            SwapRowPlain(in, out, (o + 2) / 3, 3, mode);
-            const auto at = [&](TLong o, decltype(a0) ia, decltype(a0) ib) {
+            const auto at = [&](TLong o, int phase, auto store) {
                 const auto lo = hn::LoadU(d, in + o - 2), hi = hn::LoadU(d, in + o + 2);
-                hn::Store(hn::Or(hn::TableLookupBytesOr0(lo, ia), hn::TableLookupBytesOr0(hi, ib)), d, out + o);
+                store(hn::Or(hn::TableLookupBytesOr0(lo, hn::LoadU(d, idx[phase][0])),
+                             hn::TableLookupBytesOr0(hi, hn::LoadU(d, idx[phase][1]))),
+                      d, out + o);
             };
-            for (; o + 3 * N + 2 <= len; o += 3 * N) {
-                at(o, a0, b0);
-                at(o + N, a1, b1);
-                at(o + 2 * N, a2, b2);
+            const auto unaligned = [](auto v, auto dd, TUbyte *p) { hn::StoreU(v, dd, p); };
+            SwapRowPlain(in, out, 1, 3, mode);
+            at(2, 2, unaligned);
+            TLong o = 2 + static_cast<TLong>((0 - reinterpret_cast<uintptr_t>(out + 2)) & static_cast<uintptr_t>(N - 1));
+            if (o + 3 * N + 2 <= len) {
+                // Vector k of each three starts at phase (o + k * N) % 3.
+                const int p = static_cast<int>(o % 3);
+                const auto a0 = hn::LoadU(d, idx[p][0]), b0 = hn::LoadU(d, idx[p][1]);
+                const auto a1 = hn::LoadU(d, idx[(p + N) % 3][0]), b1 = hn::LoadU(d, idx[(p + N) % 3][1]);
+                const auto a2 = hn::LoadU(d, idx[(p + 2 * N) % 3][0]), b2 = hn::LoadU(d, idx[(p + 2 * N) % 3][1]);
+                const auto three = [&](TLong o, decltype(a0) ia, decltype(a0) ib) {
+                    const auto lo = hn::LoadU(d, in + o - 2), hi = hn::LoadU(d, in + o + 2);
+                    hn::Store(hn::Or(hn::TableLookupBytesOr0(lo, ia), hn::TableLookupBytesOr0(hi, ib)), d, out + o);
+                };
+                for (; o + 3 * N + 2 <= len; o += 3 * N) {
+                    three(o, a0, b0);
+                    three(o + N, a1, b1);
+                    three(o + 2 * N, a2, b2);
+                }
             }
-            x = o / 3;
+            const auto aligned = [](auto v, auto dd, TUbyte *p) { hn::Store(v, dd, p); };
+            for (; o + N + 2 <= len; o += N) at(o, static_cast<int>(o % 3), aligned);
+            // The last vector ends two bytes before the row: the last
+            // pixel's other two bytes are plain.
+            at(len - N - 2, static_cast<int>((len - N - 2) % 3), unaligned);
+            SwapRowPlain(in + len - 3, out + len - 3, 1, 3, mode);
+            x = n;
         }
     } else {
         // Four-byte pixels never straddle a 16-byte block: one shuffle.
