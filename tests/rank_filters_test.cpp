@@ -11,6 +11,8 @@
 #include <string>
 #include <vector>
 
+#include <hwy/tests/hwy_gtest.h>
+
 #include "libformat.h"
 #include "libimge.h"
 #include "libtools.h"
@@ -149,30 +151,40 @@ TEST(GaussianBlur, FlatAreasAreNeverLifted) {
 
 // The vector targets fuse each multiply with its addition, so a byte whose
 // sum sits right at an integer may come out one lower or higher than the
-// plain loop's (or the two-dimensional formula's); only a few do. Several
-// bands of a wide row, odd and even sizes.
-TEST(GaussianBlur, VectorPathStaysWithinOneOfThePlainAndLiteralBytes) {
+// plain loop's (or the two-dimensional formula's); only a few do. On every
+// target: several bands of a wide row (the widest kernel's bands go partly
+// through the transposed pass, partly not), odd and even sizes, grey and
+// four-byte pixels too.
+class GaussTargets : public hwy::TestWithParamTarget {};
+HWY_TARGET_INSTANTIATE_TEST_SUITE_P(GaussTargets);
+
+TEST_P(GaussTargets, StayWithinOneOfThePlainAndLiteralBytes) {
     std::mt19937 rng(9);
-    OwnedImf src;
-    testing_support::MakeRandom(rng, IMF_RGB, 1500, 5, 4, &src);
-    for (int n : {2, 3, 7, 8, 24, 25}) {
-        OwnedImf fast, plain, literal;
-        ASSERT_EQ(imfBlurGaussian(src.get(), fast.get(), nullptr, n), IMF_NOERROR);
-        {
-            const fuzz::PlainPath only_plain;
-            ASSERT_EQ(imfBlurGaussian(src.get(), plain.get(), nullptr, n), IMF_NOERROR);
-        }
-        ASSERT_EQ(reference::BlurGaussianOp(src.b, nullptr, n, literal.get()), IMF_NOERROR);
-        for (OwnedImf *other : {&plain, &literal}) {
-            int differ = 0;
-            for (int y = 0; y < 5; ++y)
-                for (int i = 0; i < 1500 * 3; ++i) {
-                    const int a = fast->Data[y * fast->BytesPerLine + i];
-                    const int b = (*other)->Data[y * (*other)->BytesPerLine + i];
-                    ASSERT_LE(std::abs(a - b), 1) << n << " at " << y << "," << i;
-                    differ += a != b;
-                }
-            EXPECT_LE(differ, 1500 * 3 * 5 / 200) << n;  // at most one byte in 200
+    struct Row { unsigned type; int width; std::vector<int> sizes; } rows[] = {
+        {IMF_RGB, 1500, {2, 3, 7, 8, 24, 25}}, {IMF_GREY, 4400, {7, 25}}, {IMF_RGBA, 300, {25}}};
+    for (const Row &r : rows) {
+        OwnedImf src;
+        testing_support::MakeRandom(rng, r.type, r.width, 5, 4, &src);
+        const int bytes = r.width * src->BytesPerPixel;
+        for (int n : r.sizes) {
+            OwnedImf fast, plain, literal;
+            ASSERT_EQ(imfBlurGaussian(src.get(), fast.get(), nullptr, n), IMF_NOERROR);
+            {
+                const fuzz::PlainPath only_plain;
+                ASSERT_EQ(imfBlurGaussian(src.get(), plain.get(), nullptr, n), IMF_NOERROR);
+            }
+            ASSERT_EQ(reference::BlurGaussianOp(src.b, nullptr, n, literal.get()), IMF_NOERROR);
+            for (OwnedImf *other : {&plain, &literal}) {
+                int differ = 0;
+                for (int y = 0; y < 5; ++y)
+                    for (int i = 0; i < bytes; ++i) {
+                        const int a = fast->Data[y * fast->BytesPerLine + i];
+                        const int b = (*other)->Data[y * (*other)->BytesPerLine + i];
+                        ASSERT_LE(std::abs(a - b), 1) << n << " at " << y << "," << i;
+                        differ += a != b;
+                    }
+                EXPECT_LE(differ, bytes * 5 / 200) << n;  // at most one byte in 200
+            }
         }
     }
 }

@@ -19,10 +19,6 @@ namespace hn = hwy::HWY_NAMESPACE;
 using namespace ::imge::HWY_NAMESPACE;  // the shared byte helpers of core/
 
 #if HWY_TARGET != HWY_SCALAR
-// Output bytes per band: its vertical sums stay in the first-level cache
-// while the horizontal pass reads them n times.
-constexpr std::size_t kGaussBand = 4096;
-
 // U vectors of vertical sums from position `at` of the slots (GaussColumn
 // lane by lane), U independent chains of additions.
 template <int U, int P, class DF>
@@ -89,14 +85,108 @@ HWY_INLINE void GaussBytes(DF df, const GaussWeights &w, const float *HWY_RESTRI
 #endif
 
 #if HWY_TARGET != HWY_SCALAR
+// Pairs of taps, known at compile time, from which the horizontal pass goes
+// transposed: below that its transposes cost more than its aligned and
+// shared loads save (sizes 7 and 15 run slower transposed on AVX-512).
+constexpr int kTransposeFrom = 12;
+
+// Transposes the L x L floats in r (L = lanes, a power of two): each round
+// takes the even lanes of each pair of vectors, then the odd ones, which
+// rotates the bits of (vector, lane) by one; log2(L) rounds swap them.
+template <class DF, std::size_t L>
+HWY_INLINE void Transpose(DF df, hn::Vec<DF> (&r)[L]) {
+    for (std::size_t round = 1; round < L; round += round) {
+        hn::Vec<DF> t[L];
+        for (std::size_t i = 0; i < L / 2; ++i) {
+            t[i] = hn::ConcatEven(df, r[2 * i + 1], r[2 * i]);
+            t[L / 2 + i] = hn::ConcatOdd(df, r[2 * i + 1], r[2 * i]);
+        }
+        for (std::size_t i = 0; i < L; ++i) r[i] = t[i];
+    }
+}
+
+// R positions x, x + step, ... x + (R - 1) * step of the transposed sums t
+// (GaussByte lane by lane, unconverted) into o: neighbouring positions
+// share all but one of their taps, so with P known each tap is loaded once
+// for all R.
+template <int P, int R, class DF>
+HWY_INLINE void GaussTransposedRun(DF df, const GaussWeights &w, const float *HWY_RESTRICT t, std::size_t step,
+                                   float *HWY_RESTRICT o) {
+    constexpr std::size_t L = hn::MaxLanes(df);
+    const std::size_t tap = step * L;  // floats from one tap to the next
+    const int half = w.n >> 1;
+    const int pairs = P ? P : (w.n - 1) >> 1;
+    hn::Vec<DF> acc[R];
+#pragma GCC unroll 16
+    for (int r = 0; r < R; ++r) acc[r] = hn::Mul(hn::Set(df, w.h[half]), hn::Load(df, t + (r + half) * tap));
+#pragma GCC unroll 16
+    for (int p = 1; p <= pairs; ++p) {
+        const auto wp = hn::Set(df, w.h[half - p]);
+#pragma GCC unroll 16
+        for (int r = 0; r < R; ++r)
+            acc[r] = hn::MulAdd(
+                wp, hn::Add(hn::Load(df, t + (r + half - p) * tap), hn::Load(df, t + (r + half + p) * tap)), acc[r]);
+    }
+    if (!(w.n & 1))
+    #pragma GCC unroll 16
+    for (int r = 0; r < R; ++r) acc[r] = hn::MulAdd(hn::Set(df, w.h[0]), hn::Load(df, t + r * tap), acc[r]);
+    for (int r = 0; r < R; ++r) hn::Store(acc[r], df, o + r * tap);
+}
+
+// The horizontal pass over the first L * M bytes of a band, with lane l
+// of every vector working on the band's l-th stretch of M bytes: the
+// vertical sums s are transposed into t (position j of all stretches side
+// by side), where every tap is a whole aligned vector away instead of a
+// few floats (an unaligned load across two cache lines) and neighbouring
+// positions share their taps; the sums of L positions at a time are
+// transposed back into L stretches of L bytes. t is the block of
+// GaussBlockFloats (gauss_rows.h), aligned to 64 bytes.
+template <int P, class DF>
+HWY_NOINLINE void GaussBytesTransposed(DF df, const GaussWeights &w, const float *HWY_RESTRICT s, std::size_t step,
+                                       std::size_t M, float *HWY_RESTRICT t, uint8_t *HWY_RESTRICT dst) {
+    constexpr std::size_t L = hn::MaxLanes(df);
+    constexpr int R = 8;
+    const hn::Rebind<int32_t, DF> di;
+    const hn::Rebind<uint8_t, DF> d8;
+    const std::size_t margin = static_cast<std::size_t>(w.n - 1) * step;
+    // s is readable L floats past the band's sums, so the last block may
+    // take a few positions that no stretch uses.
+    for (std::size_t j = 0; j < M + margin; j += L) {
+        hn::Vec<DF> r[L];
+        for (std::size_t l = 0; l < L; ++l) r[l] = hn::LoadU(df, s + l * M + j);
+        Transpose(df, r);
+        for (std::size_t l = 0; l < L; ++l) hn::Store(r[l], df, t + (j + l) * L);
+    }
+    // Runs of R positions step apart, step runs side by side: R * step
+    // positions at a time (the last few beyond M are computed and unused).
+    float *HWY_RESTRICT o = t + (M + margin + R * step + L) * L;
+    for (std::size_t x = 0; x < M; x += R * step)
+        for (std::size_t c = 0; c < step; ++c)
+            GaussTransposedRun<P, R>(df, w, t + (x + c) * L, step, o + (x + c) * L);
+    for (std::size_t j = 0; j < M; j += L) {
+        hn::Vec<DF> acc[L];
+        for (std::size_t u = 0; u < L; ++u) acc[u] = hn::Load(df, o + (j + u) * L);
+        Transpose(df, acc);
+        for (std::size_t l = 0; l < L; ++l)
+            hn::StoreU(SaturateToBytes(d8, hn::ConvertTo(di, acc[l])), d8, dst + l * M + j);
+    }
+}
+#endif
+
+#if HWY_TARGET != HWY_SCALAR
 // The bands of one call; P pairs of taps either side of the centre known at
 // compile time (0: taken from w).
 template <int P>
 void GaussBands(const GaussWeights &w, const uint8_t *const *slots, std::size_t step, std::size_t begin,
-                std::size_t count, float *HWY_RESTRICT scratch, uint8_t *HWY_RESTRICT out) {
+                std::size_t count, float *HWY_RESTRICT scratch, float *block, uint8_t *HWY_RESTRICT out) {
     const hn::ScalableTag<float> df;
     const std::size_t L = hn::Lanes(df);
     const std::size_t margin = static_cast<std::size_t>(w.n - 1) * step;
+    // The widest kernel on vectors of eight to sixteen lanes takes the
+    // transposed horizontal pass.
+    float *HWY_RESTRICT tb =
+        block ? reinterpret_cast<float *>((reinterpret_cast<std::uintptr_t>(block) + 63) & ~std::uintptr_t{63}) : nullptr;
+    if (!(P >= kTransposeFrom && L == hn::MaxLanes(df) && L >= 8 && L <= 16)) tb = nullptr;
     for (std::size_t band = 0; band < count; band += kGaussBand) {
         const std::size_t bc = count - band < kGaussBand ? count - band : kGaussBand;
         const std::size_t len = bc + margin, base = begin + band;
@@ -111,6 +201,13 @@ void GaussBands(const GaussWeights &w, const uint8_t *const *slots, std::size_t 
         // Its output bytes, likewise.
         uint8_t *o = out + base;
         std::size_t i = 0;
+        if constexpr (P >= kTransposeFrom) {
+            if (tb && bc >= L * L) {
+                const std::size_t M = bc / (L * L) * L;
+                GaussBytesTransposed<P>(df, w, scratch, step, M, tb, o);
+                i = M * L;
+            }
+        }
         for (; i + 4 * L <= bc; i += 4 * L) GaussBytes<4, P>(df, w, scratch + i, step, o + i);
         for (; i + L <= bc; i += L) GaussBytes<1, P>(df, w, scratch + i, step, o + i);
         if (i < bc && bc >= L) GaussBytes<1, P>(df, w, scratch + bc - L, step, o + bc - L);
@@ -120,8 +217,9 @@ void GaussBands(const GaussWeights &w, const uint8_t *const *slots, std::size_t 
 #endif
 
 void GaussRowVec(const GaussWeights &w, const uint8_t *const *slots, int bpp, int begin, int end,
-                 float *HWY_RESTRICT scratch, uint8_t *HWY_RESTRICT out) {
+                 float *HWY_RESTRICT scratch, float *block, uint8_t *HWY_RESTRICT out) {
 #if HWY_TARGET == HWY_SCALAR
+    (void)block;
     return GaussRowPlain(w, slots, bpp, begin, end, scratch, out);
 #else
     const std::size_t step = static_cast<std::size_t>(bpp), from = static_cast<std::size_t>(begin);
@@ -129,9 +227,9 @@ void GaussRowVec(const GaussWeights &w, const uint8_t *const *slots, int bpp, in
     // Sizes 7 and 8 (three pairs of taps; the drop shadow's) and 25 (twelve
     // pairs) with their loops unrolled.
     switch ((w.n - 1) >> 1) {
-        case 3: return GaussBands<3>(w, slots, step, from, count, scratch, out);
-        case 12: return GaussBands<12>(w, slots, step, from, count, scratch, out);
-        default: return GaussBands<0>(w, slots, step, from, count, scratch, out);
+        case 3: return GaussBands<3>(w, slots, step, from, count, scratch, block, out);
+        case 12: return GaussBands<12>(w, slots, step, from, count, scratch, block, out);
+        default: return GaussBands<0>(w, slots, step, from, count, scratch, block, out);
     }
 #endif
 }
@@ -147,8 +245,8 @@ namespace blur {
 HWY_EXPORT(GaussRowVec);
 
 void GaussRow(const GaussWeights &w, const uint8_t *const *slots, int bpp, int begin, int end, float *scratch,
-              uint8_t *out) {
-    HWY_DYNAMIC_DISPATCH(GaussRowVec)(w, slots, bpp, begin, end, scratch, out);
+              float *block, uint8_t *out) {
+    HWY_DYNAMIC_DISPATCH(GaussRowVec)(w, slots, bpp, begin, end, scratch, block, out);
 }
 
 }  // namespace blur

@@ -19,12 +19,14 @@ public:
     bool Prepare(int width, int bpp) {
         bpp_ = bpp;
         MakeGaussWeights(n_, &w_);
-        // One edge-extended row of floats.
-        return scratch_.Allocate((static_cast<std::size_t>(width) + 2 * static_cast<std::size_t>(n_ >> 1)) *
-                                 static_cast<std::size_t>(bpp));
+        // One edge-extended row of floats and a vector's worth more (set,
+        // since the vector path may read it), and the transposing block.
+        const std::size_t row =
+            (static_cast<std::size_t>(width) + 2 * static_cast<std::size_t>(n_ >> 1)) * static_cast<std::size_t>(bpp);
+        return scratch_.Allocate(row + 16, true) && block_.Allocate(GaussBlockFloats(n_, bpp), true);
     }
     void Row(const uint8_t *const *slots, int begin, int end, uint8_t *out) {
-        GaussRow(w_, slots, bpp_, begin, end, scratch_.get(), out);
+        GaussRow(w_, slots, bpp_, begin, end, scratch_.get(), block_.get(), out);
     }
     // Nothing is kept from one row to the next: the frame may hand over the
     // source rows themselves.
@@ -33,7 +35,7 @@ public:
 private:
     int n_, bpp_ = 0;
     GaussWeights w_;
-    Scratch<float> scratch_;
+    Scratch<float> scratch_, block_;
 };
 
 }  // namespace
