@@ -127,9 +127,10 @@ HWY_INLINE void GaussTransposedRun(DF df, const GaussWeights &w, const float *HW
             acc[r] = hn::MulAdd(
                 wp, hn::Add(hn::Load(df, t + (r + half - p) * tap), hn::Load(df, t + (r + half + p) * tap)), acc[r]);
     }
-    if (!(w.n & 1))
-    #pragma GCC unroll 16
-    for (int r = 0; r < R; ++r) acc[r] = hn::MulAdd(hn::Set(df, w.h[0]), hn::Load(df, t + r * tap), acc[r]);
+    if (!(w.n & 1)) {
+#pragma GCC unroll 16
+        for (int r = 0; r < R; ++r) acc[r] = hn::MulAdd(hn::Set(df, w.h[0]), hn::Load(df, t + r * tap), acc[r]);
+    }
     for (int r = 0; r < R; ++r) hn::Store(acc[r], df, o + r * tap);
 }
 
