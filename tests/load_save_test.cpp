@@ -129,11 +129,17 @@ TEST(LoadSave, MetadataTravelsThroughJpegAndPng) {
             IccLike(150000)};  // ICC in three JPEG chunks
         IMG_BITMAP *b = imgCreateBitmap(IMG_RGB, 24, 16);
         b->Xdpi = b->Ydpi = 300;
+        // The chain holds IPTC before EXIF: the EXIF block is found by its
+        // marker, not by its place.
+        const int order[4] = {1, 0, 2, 3};
         IMF_METADATAENTRY entries[4];
-        for (int k = 0; k < 4; ++k)
+        for (int i = 0; i < 4; ++i) {
+            const int k = order[i];
             entries[k] = IMF_METADATAENTRY{TUlong(k + 1), TLong(blocks[k].size()),
-                                           const_cast<uint8_t *>(blocks[k].data()), k < 3 ? &entries[k + 1] : nullptr};
-        b->MetaData = entries;
+                                           const_cast<uint8_t *>(blocks[k].data()),
+                                           i < 3 ? &entries[order[i + 1]] : nullptr};
+        }
+        b->MetaData = &entries[order[0]];
         for (const char *first : {"a.png", "a.jpg"}) {
             const std::string p1 = dir.File(first), p2 = dir.File(first[2] == 'p' ? "b.jpg" : "b.png");
             ASSERT_EQ(imgSaveBitmap(p1.c_str(), b, nullptr), IMG_NO_ERROR);
