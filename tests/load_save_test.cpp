@@ -89,6 +89,18 @@ TEST(LoadSave, ResultCodesAndReasons) {
         }
         EXPECT_STRNE(imgErrorString(rc), "unknown result code");
     }
+    // JPEG's sides: 65500 pixels is the longest it takes.
+    for (int width : {65500, 65501}) {
+        IMG_BITMAP *wide = imgCreateBitmap(IMG_GREY, width, 1);
+        char message[128] = "";
+        EXPECT_EQ(imgSaveBitmapMessage(dir.File("wide.jpg").c_str(), wide, nullptr, message, 128),
+                  width == 65500 ? IMG_NO_ERROR : IMG_ERROR_BAD_BITMAP)
+            << width;
+        if (width > 65500) {
+            EXPECT_NE(std::string(message).find("pixels a side"), std::string::npos) << message;
+        }
+        imgFreeBitmap(wide);
+    }
     const IMG_LOAD_OPTIONS damaged_too{1, 0};
     IMG_BITMAP *scans = nullptr;
     EXPECT_EQ(imgLoadBitmapEx(dir.File("ok-scans.jpg").c_str(), &damaged_too, &scans), IMG_NO_ERROR);
