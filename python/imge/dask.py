@@ -33,6 +33,11 @@ _POINT = {"negative", "brightness", "contrast", "gamma", "log_correction", "adju
           "add_uniform_noise", "add_gaussian_noise", "add_laplacian_noise", "add_poisson_noise"}
 
 
+def _reach(name, args):
+    """Rows of context a neighbourhood filter reads on either side of a row."""
+    return max(1, _NEIGHBOURHOOD[name](*args) // 2)
+
+
 def _call(name, args, kwargs, b):
     return getattr(imge, name)(b, *args, **kwargs)
 
@@ -130,43 +135,56 @@ def _apply_tables(name, b, t):
     return r
 
 
-def _stripe(call, r, b, above, below):
-    """call on one stripe of rows b; its top and bottom r rows again with r
-    rows of the neighbouring stripes (above, below; None at the picture's
-    edges)."""
-    out = call(b)
+def _seam(call, r, upper, lower):
+    """The r rows either side of the seam between two stripes, filtered with
+    r rows of context on each side: upper and lower are the 2r rows above and
+    below the seam."""
+    return call(np.concatenate([upper, lower]))[r:3 * r]
+
+
+def _patch(r, out, above, below):
+    """A stripe filtered on its own, its first and last r rows replaced by
+    the seams' rows (above, below; None at the picture's edges)."""
     if above is not None:
-        out[:r] = call(np.concatenate([above, b[:2 * r]]))[r:2 * r]
+        out[:r] = above[r:]
     if below is not None:
-        out[-r:] = call(np.concatenate([b[-2 * r:], below]))[r:2 * r]
+        out[-r:] = below[:r]
     return out
 
 
 def _stripes(darr, block, r):
-    """A neighbourhood filter of reach r on chunks that span the whole width:
-    one task per stripe, which filters the stripe where it lies and redoes its
-    r rows at either seam from r rows of each neighbour. Only those small
-    slices travel between workers; no stripe is copied whole, as the general
-    overlap would copy every chunk with its borders."""
+    """A neighbourhood filter of reach r on chunks that span the whole width.
+    Each stripe is filtered where it lies, without waiting for anything else;
+    each seam is filtered apart from 2r rows on either side of it, and its rows
+    then replace the stripe's rows near the seam. Only those slices travel
+    between workers (the general overlap copies every chunk with its borders),
+    and the slices are cut first, so that no stripe's filtering holds up a
+    neighbour."""
     from dask.array.core import Array
     from dask.base import tokenize
-    from dask.highlevelgraph import HighLevelGraph
+    from dask.highlevelgraph import HighLevelGraph, MaterializedLayer
     token = tokenize(darr, block, r)
-    name, edge = "imge-" + block.args[0] + "-" + token, "imge-seam-" + token
+    name = "imge-" + block.args[0] + "-" + token
+    whole, edge, seam = name + "-stripe", "imge-edge-" + token, "imge-seam-" + token
     rest = (0,) * (darr.ndim - 1)
     count = len(darr.chunks[0])
-    layer = {}
+    cuts, seams, layer = {}, {}, {}
     for i in range(count):
         src = (darr.name, i) + rest
+        layer[(whole, i)] = (block, src)
         if i > 0:
-            layer[(edge, "top", i)] = (operator.getitem, src, slice(None, r))
+            cuts[(edge, "top", i)] = (operator.getitem, src, slice(None, 2 * r))
         if i + 1 < count:
-            layer[(edge, "bottom", i)] = (operator.getitem, src, slice(-r, None))
-        above = (edge, "bottom", i - 1) if i > 0 else None
-        below = (edge, "top", i + 1) if i + 1 < count else None
-        layer[(name, i) + rest] = (_stripe, block, r, src, above, below)
-    graph = HighLevelGraph.from_collections(name, layer, dependencies=[darr])
-    return Array(graph, name, chunks=darr.chunks, dtype=np.uint8)
+            cuts[(edge, "bottom", i)] = (operator.getitem, src, slice(-2 * r, None))
+            seams[(seam, i)] = (_seam, block, r, (edge, "bottom", i), (edge, "top", i + 1))
+        layer[(name, i) + rest] = (_patch, r, (whole, i), (seam, i - 1) if i > 0 else None,
+                                   (seam, i) if i + 1 < count else None)
+    layers = {edge: MaterializedLayer(cuts, annotations={"priority": 1}),
+              seam: MaterializedLayer(seams, annotations={"priority": 1}), name: MaterializedLayer(layer)}
+    deps = {edge: {darr.name}, seam: {edge}, name: {darr.name, seam}}
+    layers.update(darr.dask.layers)
+    deps.update(darr.dask.dependencies)
+    return Array(HighLevelGraph(layers, deps), name, chunks=darr.chunks, dtype=np.uint8)
 
 
 _TWO_PASS = {"equalize", "equalize_on_luminance", "normalize", "automatic_levels", "automatic_contrast"}
@@ -207,7 +225,7 @@ def apply(darr, name, *args, **kwargs):
             raise ValueError("imge.dask.apply: extract_channel takes an RGB or RGBA picture")
         return darr.map_blocks(block, dtype=np.uint8, drop_axis=2)
     if name in _NEIGHBOURHOOD:
-        r = max(1, _NEIGHBOURHOOD[name](*args) // 2)
+        r = _reach(name, args)
         if len(darr.chunks[1]) == 1 and min(darr.chunks[0]) >= 2 * r:
             return _stripes(darr, block, r)
         depth = {0: r, 1: r}
@@ -224,6 +242,42 @@ def apply(darr, name, *args, **kwargs):
         return darr.map_blocks(functools.partial(_apply_tables, name), tables, dtype=np.uint8)
     raise ValueError(f"imge.dask.apply: {name!r} depends on the whole picture in a way chunks cannot share; "
                      "compute the array and call imge directly")
+
+
+# ---- pictures that stay in storage ------------------------------------------------
+
+def _stored_stripe(read, write, height, y0, y1, r, name, args, kwargs):
+    top, bottom = max(0, y0 - r), min(height, y1 + r)
+    out = _call(name, args, kwargs, read(top, bottom))
+    write(y0, out[y0 - top:y1 - top])
+    return y1 - y0
+
+
+def stripes(read, write, height, name, *args, rows=1024, **kwargs):
+    """Runs imge.<name>(picture, *args) on a picture of height rows that stays
+    in storage, one task per stripe of rows. Returns the tasks, lazily: a list
+    of dask.delayed, each giving the number of rows it wrote
+    (dask.compute(*tasks) or client.compute(tasks) runs them).
+
+    read(top, bottom) returns rows top..bottom-1 as an array (a memory map of
+    a raw file, a slice of an HDF5 or Zarr dataset, ...); write(top, block)
+    stores the result's rows from top on. Both must pickle (module-level
+    functions or functools.partial of them). A neighbourhood filter's task reads
+    its stripe with the window's reach of rows above and below it, so the tasks
+    share nothing and the result equals the single call byte for byte; point
+    operations read just their stripe. Each worker holds about one stripe and
+    its result at a time."""
+    import dask
+    if not isinstance(rows, int) or rows < 1:
+        raise ValueError("imge.dask.stripes: rows must be a positive integer")
+    if name in _NEIGHBOURHOOD:
+        r = _reach(name, args)
+    elif name in _POINT:
+        r = 0
+    else:
+        raise ValueError(f"imge.dask.stripes: {name!r} is not a neighbourhood filter or a point operation")
+    return [dask.delayed(_stored_stripe, pure=False)(read, write, height, y, min(y + rows, height), r, name, args,
+                                                     kwargs) for y in range(0, height, rows)]
 
 
 # ---- batches of files ------------------------------------------------------------

@@ -62,6 +62,37 @@ def test_full_size_on_4x4_chunks_and_statistics(client):
     assert imge.dask.count_colors(da.from_array(part, chunks=(150, 200, 3))).compute() == imge.get_count_colors(part)
 
 
+# A picture that stays in a raw file: each stripe read with its context rows,
+# filtered and written by one task; stripes lower than the window included.
+@pytest.mark.parametrize("name,args,rows", [
+    ("gaussian_blur", (8,), 70), ("gaussian_blur", (25,), 7), ("median_box", (5,), 97), ("minimum", (4,), 1),
+    ("reduce_noise", (), 300), ("emboss", (), 299), ("negative", (), 64), ("adjust_hls", (5, 0, 10), 1000)])
+def test_stored_stripes_equal_single_call(client, tmp_path, name, args, rows):
+    src, dst, shape = str(tmp_path / "in.raw"), str(tmp_path / "out.raw"), SMALL.shape
+    np.ascontiguousarray(SMALL).tofile(src)
+    np.zeros(shape, np.uint8).tofile(dst)
+
+    def read(top, bottom):   # (local functions travel by value)
+        return np.fromfile(src, np.uint8).reshape(shape)[top:bottom]
+
+    def write(top, block):
+        with open(dst, "r+b") as f:
+            f.seek(top * shape[1] * 3)
+            f.write(np.ascontiguousarray(block).tobytes())
+
+    tasks = imge.dask.stripes(read, write, shape[0], name, *args, rows=rows)
+    assert sum(client.gather(client.compute(tasks))) == shape[0]
+    assert (np.fromfile(dst, np.uint8).reshape(shape) == getattr(imge, name)(SMALL, *args)).all()
+
+
+@pytest.mark.parametrize("name,rows,match", [("equalize", 10, "not a neighbourhood"),
+                                             ("drop_shadow", 10, "not a neighbourhood"),
+                                             ("average", 0, "positive"), ("average", 2.5, "positive")])
+def test_stored_stripes_refused(name, rows, match):
+    with pytest.raises(ValueError, match=match):
+        imge.dask.stripes(None, None, 10, name, 3, rows=rows)
+
+
 @pytest.mark.parametrize("name,exc", [("drop_shadow", ValueError), ("draw_point", ValueError),
                                       ("no_such", ValueError)])
 def test_whole_picture_operations_refused(name, exc):
