@@ -1,7 +1,7 @@
 """Python call overhead and Dask scaling of gaussian_blur.
 
 Run: PYTHONPATH=build/python /usr/bin/python3 bench/python_bench.py [--no-dask]
-(BENCH_CHUNK=rows,columns,3 sets the Dask chunks; default full-width stripes of 1125 rows).
+(--rows=A,B: stripes of A rows in memory, B rows file to file; default 4500,2250).
 """
 import ctypes
 import glob
@@ -9,7 +9,6 @@ import os
 import sys
 import time
 
-import cv2
 import numpy as np
 
 import imge
@@ -35,27 +34,23 @@ class BMP(ctypes.Structure):
                 ("Name", ctypes.c_void_p)]
 
 
-def _read_block(path, shape, run, block_info=None):
-    """One chunk of a raw H x W x 3 picture file, row by row (nothing else read or mapped)."""
-    (y0, y1), (x0, x1), _ = block_info[None]["array-location"]
-    b = np.empty((y1 - y0, x1 - x0, 3), np.uint8)
-    with open(path, "rb", buffering=0) as f:
-        for y in range(y0, y1):
-            f.seek((y * shape[1] + x0) * 3)
-            f.readinto(memoryview(b[y - y0]).cast("B"))
-    return b
+def _read_rows(path, shape, top, bottom):
+    """Rows top..bottom-1 of a raw H x W x 3 picture file, mapped rather than
+    read: the filter reads the file's cached pages directly."""
+    row = shape[1] * 3
+    return np.memmap(path, np.uint8, mode="r", offset=top * row, shape=(bottom - top, shape[1], 3))
 
 
-def _write_block(b, path, shape, block_info=None):
-    (y0, y1), (x0, x1), _ = block_info[0]["array-location"]
-    with open(path, "r+b", buffering=0) as f:
-        for y in range(y0, y1):
-            f.seek((y * shape[1] + x0) * 3)
-            f.write(np.ascontiguousarray(b[y - y0]).data)
-    return np.zeros((1, 1, 1), np.uint8)
+def _write_rows(path, shape, top, block):
+    fd = os.open(path, os.O_WRONLY)
+    try:
+        os.pwrite(fd, np.ascontiguousarray(block).data.cast("B"), top * shape[1] * 3)
+    finally:
+        os.close(fd)
 
 
 def main():
+    import cv2   # here, not above: the workers import this file and need no cv2
     a = np.random.default_rng(1).integers(0, 256, (3000, 4000, 3), dtype=np.uint8)
     here = os.path.dirname(imge._imge.__file__)
     lib = ctypes.CDLL(glob.glob(os.path.join(here, "../../libimge.so*"))[0])
@@ -79,66 +74,68 @@ def main():
           ", ".join(f"{k} {v * 1e3:.1f} ms ({(v / t['C'] - 1) * 100:+.1f} %)" for k, v in t.items()))
     if "--no-dask" in sys.argv:
         return
+    import functools
     import tempfile
 
+    import dask
     import dask.array as da
     import distributed
     from imge import dask as imge_dask
     shape = (9000, 12000, 3)
-    chunks = tuple((n,) * (s // n) for n, s in zip(CHUNK, shape))
+    rows_in_memory, rows_on_disk = ROWS
     # The workers start before this process holds the picture.
     with distributed.LocalCluster(n_workers=2, threads_per_worker=1, dashboard_address=None) as cl, \
             distributed.Client(cl) as c, tempfile.TemporaryDirectory() as tmp:
         big = np.random.default_rng(2).integers(0, 256, shape, dtype=np.uint8)
-        t1 = best(lambda: imge.gaussian_blur(big, 7), 3)
         tcv = best(lambda: cv2.GaussianBlur(big, (7, 7), 0, borderType=cv2.BORDER_REPLICATE), 3)
         want = imge.gaussian_blur(big, 7)
         src, dst = os.path.join(tmp, "in.raw"), os.path.join(tmp, "out.raw")
         big.tofile(src)
-        with open(dst, "wb") as f:
-            f.truncate(big.nbytes)
-        def one_call_file_to_file():
-            np.ascontiguousarray(imge.gaussian_blur(np.fromfile(src, np.uint8).reshape(shape), 7)).tofile(dst)
-        t1f = best(one_call_file_to_file, 3)
-        d = c.persist(da.from_array(big, chunks=chunks))   # in memory, spread over the workers
+        big.tofile(dst)
+        d = c.persist(da.from_array(big, chunks=(rows_in_memory, -1, 3)))   # in memory, spread over the workers
         distributed.wait(d)
-        big = None   # only the workers hold the picture now
 
-        def fresh(x):
-            """Persists x and waits; then drops the result and waits until the
-            scheduler has forgotten it, so that the next run computes again."""
+        def in_memory():   # the time until the result is in the workers' memory
+            x = imge_dask.apply(d, "gaussian_blur", 7)
+            s = time.perf_counter()
             r = c.persist(x)
             distributed.wait(r)
-            keys = [f.key for f in distributed.futures_of(r)]
-            del r
-            while c.run_on_scheduler(lambda dask_scheduler, keys=keys: any(k in dask_scheduler.tasks for k in keys)):
-                time.sleep(0.01)
+            return time.perf_counter() - s
 
-        def in_memory():
-            fresh(imge_dask.apply(d, "gaussian_blur", 7))
+        def one_call_file_to_file():   # the same mapped reading and writing as the stripes
+            _write_rows(dst, shape, 0, imge.gaussian_blur(_read_rows(src, shape, 0, shape[0]), 7))
+
+        def file_to_file():   # nothing whole in any worker
+            dask.compute(*imge_dask.stripes(functools.partial(_read_rows, src, shape),
+                                            functools.partial(_write_rows, dst, shape), shape[0], "gaussian_blur", 7,
+                                            rows=rows_on_disk))
+
+        one_call, dask_in_memory, one_file, dask_file = [], [], [], []
         in_memory()   # warm-up: imports and pickled functions on the workers
-        t2 = best(in_memory, 5)
+        for _ in range(7):  # interleaved, the minimum of each
+            one_call.append(best(lambda: imge.gaussian_blur(big, 7), 1))
+            dask_in_memory.append(in_memory())
+            time.sleep(0.2)   # the previous result is released
+        peak_memory = c.run(_peak)
         same = (imge_dask.apply(d, "gaussian_blur", 7).compute() == want).all()
-        d = None
-        c.restart()   # fresh workers: their peak is this run's
-        start = c.run(_peak)
-        runs = iter(range(99))
-
-        def out_of_core():  # file -> chunks -> filter -> file; nothing whole in any worker
-            f = da.map_blocks(_read_block, src, shape, next(runs), dtype=np.uint8, chunks=chunks)  # new keys
-            out = imge_dask.apply(f, "gaussian_blur", 7)
-            out.map_blocks(_write_block, dst, shape, dtype=np.uint8, chunks=(1, 1, 1)).compute()
-        t3 = best(out_of_core, 3)
-        peak = c.run(_peak)
+        d = big = None
+        c.restart()   # fresh workers: their peak is the file to file run's
+        file_to_file()
+        for _ in range(7):
+            one_file.append(best(one_call_file_to_file, 1))
+            dask_file.append(best(file_to_file, 1))
+        peak_file = c.run(_peak)
         same = same and (np.fromfile(dst, np.uint8).reshape(shape) == want).all()
-    print(f"12000x9000 RGB gaussian_blur(7), chunks {CHUNK[:2]}, 2 workers:\n"
-          f"  in memory:    one call {t1:.3f} s, Dask {t2:.3f} s ({t1 / t2:.2f}x)\n"
-          f"  file to file: one call {t1f:.3f} s, Dask {t3:.3f} s ({t1f / t3:.2f}x)\n"
-          f"  equal: {same}; peak memory per worker file to file {list(peak.values())} MB (at start "
-          f"{list(start.values())} MB; picture {want.nbytes >> 20} MB); cv2.GaussianBlur {tcv:.3f} s")
+    t1, t2, t1f, t3 = (min(x) for x in (one_call, dask_in_memory, one_file, dask_file))
+    print(f"12000x9000 RGB gaussian_blur(7), 2 workers, min of 7 interleaved:\n"
+          f"  in memory, stripes of {rows_in_memory} rows: one call {t1:.3f} s, Dask {t2:.3f} s ({t1 / t2:.2f}x); "
+          f"peak per worker {list(peak_memory.values())} MB\n"
+          f"  file to file, stripes of {rows_on_disk} rows: one call {t1f:.3f} s, Dask {t3:.3f} s ({t1f / t3:.2f}x); "
+          f"peak per worker {list(peak_file.values())} MB\n"
+          f"  picture {want.nbytes >> 20} MB; equal: {same}; cv2.GaussianBlur {tcv:.3f} s")
 
 
-CHUNK = tuple(int(x) for x in os.environ.get("BENCH_CHUNK", "1125,12000,3").split(","))
+ROWS = tuple(int(x) for x in next((a.split("=")[1] for a in sys.argv if a.startswith("--rows=")), "4500,2250").split(","))
 
 
 def _peak():  # the highest resident size of this process, MB
