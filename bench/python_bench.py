@@ -1,7 +1,11 @@
 """Python call overhead and Dask scaling of gaussian_blur.
 
-Run: PYTHONPATH=build/python /usr/bin/python3 bench/python_bench.py [--no-dask]
+Run: PYTHONPATH=build/python /usr/bin/python3 bench/python_bench.py [--no-dask] [--tuned]
 (--rows=A,B: stripes of A rows in memory, B rows file to file; default 4500,2250).
+
+--tuned: the workers start under imge.dask.worker_config(), and this process
+keeps freed memory the same way, so that the one call and the workers reuse
+their blocks alike.
 """
 import ctypes
 import glob
@@ -49,8 +53,18 @@ def _write_rows(path, shape, top, block):
         os.close(fd)
 
 
+# imge.dask.worker_config()'s allocator settings as mallopt parameters:
+# M_MMAP_MAX, M_TRIM_THRESHOLD, M_ARENA_MAX.
+KEEP_MEMORY = {-4: 0, -1: (1 << 31) - 1, -8: 1}
+
+
 def main():
     import cv2   # here, not above: the workers import this file and need no cv2
+    tuned = "--tuned" in sys.argv
+    if tuned:
+        libc = ctypes.CDLL("libc.so.6")
+        for k, v in KEEP_MEMORY.items():
+            libc.mallopt(k, v)
     a = np.random.default_rng(1).integers(0, 256, (3000, 4000, 3), dtype=np.uint8)
     here = os.path.dirname(imge._imge.__file__)
     lib = ctypes.CDLL(glob.glob(os.path.join(here, "../../libimge.so*"))[0])
@@ -83,6 +97,8 @@ def main():
     from imge import dask as imge_dask
     shape = (9000, 12000, 3)
     rows_in_memory, rows_on_disk = ROWS
+    if tuned:
+        dask.config.set(imge_dask.worker_config())
     # The workers start before this process holds the picture.
     with distributed.LocalCluster(n_workers=2, threads_per_worker=1, dashboard_address=None) as cl, \
             distributed.Client(cl) as c, tempfile.TemporaryDirectory() as tmp:
@@ -127,7 +143,8 @@ def main():
         peak_file = c.run(_peak)
         same = same and (np.fromfile(dst, np.uint8).reshape(shape) == want).all()
     t1, t2, t1f, t3 = (min(x) for x in (one_call, dask_in_memory, one_file, dask_file))
-    print(f"12000x9000 RGB gaussian_blur(7), 2 workers, min of 7 interleaved:\n"
+    print(f"12000x9000 RGB gaussian_blur(7), 2 workers, min of 7 interleaved"
+          f"{', tuned' if tuned else ''}:\n"
           f"  in memory, stripes of {rows_in_memory} rows: one call {t1:.3f} s, Dask {t2:.3f} s ({t1 / t2:.2f}x); "
           f"peak per worker {list(peak_memory.values())} MB\n"
           f"  file to file, stripes of {rows_on_disk} rows: one call {t1f:.3f} s, Dask {t3:.3f} s ({t1f / t3:.2f}x); "

@@ -114,3 +114,21 @@ def test_batch_of_20_equals_the_tool(client, tmp_path):
                     *paths, "-o", str(tmp_path / "tool") + "/"], check=True)
     for p, w in zip(paths, written):
         assert (imge.load(w) == imge.load(str(tmp_path / "tool" / os.path.basename(p)))).all()
+
+
+def _worker_settings():
+    import dask
+    return ({k: os.environ.get(k) for k in ("MALLOC_MMAP_MAX_", "MALLOC_ARENA_MAX", "OMP_NUM_THREADS")},
+            dask.config.get("distributed.worker.profile.enabled"))
+
+
+def test_worker_config_keeps_memory_and_thread_limits():
+    import dask
+    with dask.config.set(imge.dask.worker_config()), \
+            distributed.LocalCluster(n_workers=1, threads_per_worker=1, dashboard_address=None) as cluster, \
+            distributed.Client(cluster) as c:
+        environ, profiling = c.submit(_worker_settings).result()
+        assert environ == {"MALLOC_MMAP_MAX_": "0", "MALLOC_ARENA_MAX": "1", "OMP_NUM_THREADS": "1"}
+        assert profiling is False
+        d = da.from_array(SMALL, chunks=(75, -1, 3))
+        assert (imge.dask.apply(d, "gaussian_blur", 7).compute() == imge.gaussian_blur(SMALL, 7)).all()
