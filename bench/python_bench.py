@@ -3,9 +3,9 @@
 Run: PYTHONPATH=build/python /usr/bin/python3 bench/python_bench.py [--no-dask] [--tuned]
 (--rows=A,B: stripes of A rows in memory, B rows file to file; default 4500,2250).
 
---tuned: the workers start under imge.dask.worker_config(), and this process
-keeps freed memory the same way, so that the one call and the workers reuse
-their blocks alike.
+--tuned: the workers start under imge.dask.worker_config() and are bound to a
+CPU each (imge.dask.pin_workers), and this process keeps freed memory the same
+way, so that the one call and the workers reuse their blocks alike.
 """
 import ctypes
 import glob
@@ -102,6 +102,8 @@ def main():
     # The workers start before this process holds the picture.
     with distributed.LocalCluster(n_workers=2, threads_per_worker=1, dashboard_address=None) as cl, \
             distributed.Client(cl) as c, tempfile.TemporaryDirectory() as tmp:
+        if tuned:
+            imge_dask.pin_workers(c)
         big = np.random.default_rng(2).integers(0, 256, shape, dtype=np.uint8)
         tcv = best(lambda: cv2.GaussianBlur(big, (7, 7), 0, borderType=cv2.BORDER_REPLICATE), 3)
         want = imge.gaussian_blur(big, 7)
@@ -136,6 +138,8 @@ def main():
         same = (imge_dask.apply(d, "gaussian_blur", 7).compute() == want).all()
         d = big = None
         c.restart()   # fresh workers: their peak is the file to file run's
+        if tuned:
+            imge_dask.pin_workers(c)
         file_to_file()
         for _ in range(7):
             one_file.append(best(one_call_file_to_file, 1))

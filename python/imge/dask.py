@@ -312,6 +312,43 @@ def worker_config():
     return {"distributed.nanny.pre-spawn-environ": environ, **_QUIET}
 
 
+def _pin(cpus):
+    """Binds every thread of this process to cpus; returns the set."""
+    for tid in os.listdir("/proc/self/task"):
+        try:
+            os.sched_setaffinity(int(tid), cpus)
+        except ProcessLookupError:   # a thread that has just ended
+            pass
+    return sorted(cpus)
+
+
+def _cpus():
+    """The CPUs this worker's parent (its nanny) may run on: the worker's own
+    set before any binding."""
+    return sorted(os.sched_getaffinity(os.getppid()))
+
+
+def pin_workers(client):
+    """Binds each worker of the client's cluster to CPUs of its own: the
+    workers on one machine share out the CPUs they may run on, as many each as
+    they have threads (round the set again when there are more threads than
+    CPUs). Unbound, two busy workers on two cores often share one while the
+    other idles. Returns {worker address: [cpu, ...]}. Linux only."""
+    workers = client.scheduler_info()["workers"]
+    by_host = {}
+    for address in sorted(workers):
+        by_host.setdefault(workers[address]["host"], []).append(address)
+    pinned = {}
+    for host, addresses in by_host.items():
+        cpus = client.run(_cpus, workers=addresses[:1])[addresses[0]]
+        k = 0
+        for address in addresses:
+            mine = {cpus[(k + i) % len(cpus)] for i in range(workers[address]["nthreads"])}
+            k += workers[address]["nthreads"]
+            pinned.update(client.run(_pin, mine, workers=[address]))
+    return pinned
+
+
 # ---- batches of files ------------------------------------------------------------
 
 def _run_one(path, pipeline, out_dir):

@@ -116,19 +116,26 @@ def test_batch_of_20_equals_the_tool(client, tmp_path):
         assert (imge.load(w) == imge.load(str(tmp_path / "tool" / os.path.basename(p)))).all()
 
 
+
 def _worker_settings():
     import dask
     return ({k: os.environ.get(k) for k in ("MALLOC_MMAP_MAX_", "MALLOC_ARENA_MAX", "OMP_NUM_THREADS")},
-            dask.config.get("distributed.worker.profile.enabled"))
+            dask.config.get("distributed.worker.profile.enabled"),
+            {tuple(sorted(os.sched_getaffinity(int(t)))) for t in os.listdir("/proc/self/task")})
 
 
-def test_worker_config_keeps_memory_and_thread_limits():
+def test_tuned_workers_keep_memory_and_thread_limits_each_on_its_cpus():
     import dask
+    cpus = sorted(os.sched_getaffinity(0))
     with dask.config.set(imge.dask.worker_config()), \
-            distributed.LocalCluster(n_workers=1, threads_per_worker=1, dashboard_address=None) as cluster, \
+            distributed.LocalCluster(n_workers=2, threads_per_worker=1, dashboard_address=None) as cluster, \
             distributed.Client(cluster) as c:
-        environ, profiling = c.submit(_worker_settings).result()
-        assert environ == {"MALLOC_MMAP_MAX_": "0", "MALLOC_ARENA_MAX": "1", "OMP_NUM_THREADS": "1"}
-        assert profiling is False
+        pinned = imge.dask.pin_workers(c)
+        assert sorted(pinned.values()) == sorted([[cpus[0]], [cpus[1 % len(cpus)]]])
+        for address, cpu in pinned.items():
+            environ, profiling, threads = c.submit(_worker_settings, workers=[address], pure=False).result()
+            assert environ == {"MALLOC_MMAP_MAX_": "0", "MALLOC_ARENA_MAX": "1", "OMP_NUM_THREADS": "1"}
+            assert profiling is False
+            assert threads == {tuple(cpu)}   # every thread, the task's own included
         d = da.from_array(SMALL, chunks=(75, -1, 3))
         assert (imge.dask.apply(d, "gaussian_blur", 7).compute() == imge.gaussian_blur(SMALL, 7)).all()
