@@ -313,7 +313,7 @@ def worker_config():
 
 
 def _pin(cpus):
-    """Binds every thread of this process to cpus; returns the set."""
+    """Binds every thread of this process to cpus; returns them sorted."""
     for tid in os.listdir("/proc/self/task"):
         try:
             os.sched_setaffinity(int(tid), cpus)
@@ -332,14 +332,19 @@ def pin_workers(client):
     """Binds each worker of the client's cluster to CPUs of its own: the
     workers on one machine share out the CPUs they may run on, as many each as
     they have threads (round the set again when there are more threads than
-    CPUs). Unbound, two busy workers on two cores often share one while the
-    other idles. Returns {worker address: [cpu, ...]}. Linux only."""
+    CPUs). Unbound, two busy workers on two cores now and then share one
+    while the other waits. Returns {worker address: [cpu, ...]}. Linux only;
+    workers that are threads of one process (processes=False) raise
+    ValueError."""
     workers = client.scheduler_info()["workers"]
+    pids = client.run(os.getpid)
+    if len(set(pids.values())) < len(pids):
+        raise ValueError("imge.dask.pin_workers: the workers share a process; bind worker processes")
     by_host = {}
     for address in sorted(workers):
         by_host.setdefault(workers[address]["host"], []).append(address)
     pinned = {}
-    for host, addresses in by_host.items():
+    for addresses in by_host.values():
         cpus = client.run(_cpus, workers=addresses[:1])[addresses[0]]
         k = 0
         for address in addresses:

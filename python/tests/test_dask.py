@@ -139,3 +139,10 @@ def test_tuned_workers_keep_memory_and_thread_limits_each_on_its_cpus():
             assert threads == {tuple(cpu)}   # every thread, the task's own included
         d = da.from_array(SMALL, chunks=(75, -1, 3))
         assert (imge.dask.apply(d, "gaussian_blur", 7).compute() == imge.gaussian_blur(SMALL, 7)).all()
+
+
+def test_pin_workers_refuses_workers_in_one_process():
+    with distributed.LocalCluster(n_workers=2, processes=False, dashboard_address=None) as cluster, \
+            distributed.Client(cluster) as c:
+        with pytest.raises(ValueError, match="share a process"):
+            imge.dask.pin_workers(c)
