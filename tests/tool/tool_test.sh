@@ -38,6 +38,7 @@ run no-such-op x.png; expect_rc 2 "unknown operation"; expect_err "unknown opera
 
 # ---- the demo: sample pictures, one file per operation, contact sheet ------------
 run demo -o demo; expect_rc 0 "demo"
+run demo -o; expect_rc 2 "demo -o without a folder"; expect_err "missing value for -o" "demo -o without a folder"
 for f in demo/sample.png demo/sample-exif.jpg demo/contact-sheet.png; do
   [ -s "$f" ] || fail "demo did not write $f"
 done
