@@ -62,37 +62,35 @@ void SwapVec(const TUbyte *HWY_RESTRICT in, TUbyte *HWY_RESTRICT out, TLong n, i
         // bytes outside them take the plain loop.
         if (len >= N + 4) {
             const auto &idx = kSwapBlockIndex.three[mode];
-            const auto at = [&](TLong o, int phase, auto store) {
-                const auto lo = hn::LoadU(d, in + o - 2), hi = hn::LoadU(d, in + o + 2);
-                store(hn::Or(hn::TableLookupBytesOr0(lo, hn::LoadU(d, idx[phase][0])),
-                             hn::TableLookupBytesOr0(hi, hn::LoadU(d, idx[phase][1]))),
-                      d, out + o);
+            using V = hn::Vec<decltype(d)>;
+            // Output bytes o..o+N-1 from the shuffle tables ia, ib of their phase.
+            const auto swapped = [&](TLong o, V ia, V ib) {
+                return hn::Or(hn::TableLookupBytesOr0(hn::LoadU(d, in + o - 2), ia),
+                              hn::TableLookupBytesOr0(hn::LoadU(d, in + o + 2), ib));
             };
-            const auto unaligned = [](auto v, auto dd, TUbyte *p) { hn::StoreU(v, dd, p); };
+            const auto at = [&](TLong o) {
+                const auto &t = idx[o % 3];
+                return swapped(o, hn::LoadU(d, t[0]), hn::LoadU(d, t[1]));
+            };
             SwapRowPlain(in, out, 1, 3, mode);
-            at(2, 2, unaligned);
+            hn::StoreU(at(2), d, out + 2);
             TLong o = 2 + static_cast<TLong>((0 - reinterpret_cast<uintptr_t>(out + 2)) & static_cast<uintptr_t>(N - 1));
             if (o + 3 * N + 2 <= len) {
                 // Vector k of each three starts at phase (o + k * N) % 3.
                 const int p = static_cast<int>(o % 3);
-                const auto a0 = hn::LoadU(d, idx[p][0]), b0 = hn::LoadU(d, idx[p][1]);
-                const auto a1 = hn::LoadU(d, idx[(p + N) % 3][0]), b1 = hn::LoadU(d, idx[(p + N) % 3][1]);
-                const auto a2 = hn::LoadU(d, idx[(p + 2 * N) % 3][0]), b2 = hn::LoadU(d, idx[(p + 2 * N) % 3][1]);
-                const auto three = [&](TLong o, decltype(a0) ia, decltype(a0) ib) {
-                    const auto lo = hn::LoadU(d, in + o - 2), hi = hn::LoadU(d, in + o + 2);
-                    hn::Store(hn::Or(hn::TableLookupBytesOr0(lo, ia), hn::TableLookupBytesOr0(hi, ib)), d, out + o);
-                };
+                const V a0 = hn::LoadU(d, idx[p][0]), b0 = hn::LoadU(d, idx[p][1]);
+                const V a1 = hn::LoadU(d, idx[(p + N) % 3][0]), b1 = hn::LoadU(d, idx[(p + N) % 3][1]);
+                const V a2 = hn::LoadU(d, idx[(p + 2 * N) % 3][0]), b2 = hn::LoadU(d, idx[(p + 2 * N) % 3][1]);
                 for (; o + 3 * N + 2 <= len; o += 3 * N) {
-                    three(o, a0, b0);
-                    three(o + N, a1, b1);
-                    three(o + 2 * N, a2, b2);
+                    hn::Store(swapped(o, a0, b0), d, out + o);
+                    hn::Store(swapped(o + N, a1, b1), d, out + o + N);
+                    hn::Store(swapped(o + 2 * N, a2, b2), d, out + o + 2 * N);
                 }
             }
-            const auto aligned = [](auto v, auto dd, TUbyte *p) { hn::Store(v, dd, p); };
-            for (; o + N + 2 <= len; o += N) at(o, static_cast<int>(o % 3), aligned);
+            for (; o + N + 2 <= len; o += N) hn::Store(at(o), d, out + o);
             // The last vector ends two bytes before the row: the last
             // pixel's other two bytes are plain.
-            at(len - N - 2, static_cast<int>((len - N - 2) % 3), unaligned);
+            hn::StoreU(at(len - N - 2), d, out + len - N - 2);
             SwapRowPlain(in + len - 3, out + len - 3, 1, 3, mode);
             x = n;
         }
