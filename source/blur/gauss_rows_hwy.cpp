@@ -46,6 +46,27 @@ HWY_INLINE void GaussColumns(DF df, const GaussWeights &w, const uint8_t *const 
     for (int u = 0; u < U; ++u) hn::StoreU(acc[u], df, dst + u * L);
 }
 
+// U sums of the horizontal kernel, tap(k, u) giving the vector at tap k of
+// sum u: the centre first, then the pairs of taps outward, then an even
+// size's extra first tap (the one order every path keeps).
+template <int U, int P, class DF, class Tap>
+HWY_INLINE void GaussTaps(DF df, const GaussWeights &w, const Tap &tap, hn::Vec<DF> (&acc)[U]) {
+    const int half = w.n >> 1;
+#pragma GCC unroll 16
+    for (int u = 0; u < U; ++u) acc[u] = hn::Mul(hn::Set(df, w.h[half]), tap(half, u));
+    const int pairs = P ? P : (w.n - 1) >> 1;
+#pragma GCC unroll 16
+    for (int p = 1; p <= pairs; ++p) {
+        const auto wp = hn::Set(df, w.h[half - p]);
+#pragma GCC unroll 16
+        for (int u = 0; u < U; ++u) acc[u] = hn::MulAdd(wp, hn::Add(tap(half - p, u), tap(half + p, u)), acc[u]);
+    }
+    if (!(w.n & 1)) {
+#pragma GCC unroll 16
+        for (int u = 0; u < U; ++u) acc[u] = hn::MulAdd(hn::Set(df, w.h[0]), tap(0, u), acc[u]);
+    }
+}
+
 // U vectors of output bytes from the vertical sums s (GaussByte lane by
 // lane), truncated toward zero.
 template <int U, int P, class DF>
@@ -54,18 +75,8 @@ HWY_INLINE void GaussBytes(DF df, const GaussWeights &w, const float *HWY_RESTRI
     const hn::Rebind<int32_t, DF> di;
     const hn::Rebind<uint8_t, DF> d8;
     const std::size_t L = hn::Lanes(df);
-    const int half = w.n >> 1;
     hn::Vec<DF> acc[U];
-    for (int u = 0; u < U; ++u) acc[u] = hn::Mul(hn::Set(df, w.h[half]), hn::LoadU(df, s + half * step + u * L));
-    const int pairs = P ? P : (w.n - 1) >> 1;
-    for (int p = 1; p <= pairs; ++p) {
-        const auto wp = hn::Set(df, w.h[half - p]);
-        const float *a = s + (half - p) * step, *b = s + (half + p) * step;
-        for (int u = 0; u < U; ++u)
-            acc[u] = hn::MulAdd(wp, hn::Add(hn::LoadU(df, a + u * L), hn::LoadU(df, b + u * L)), acc[u]);
-    }
-    if (!(w.n & 1))
-        for (int u = 0; u < U; ++u) acc[u] = hn::MulAdd(hn::Set(df, w.h[0]), hn::LoadU(df, s + u * L), acc[u]);
+    GaussTaps<U, P>(df, w, [&](int k, int u) { return hn::LoadU(df, s + k * step + u * L); }, acc);
     if constexpr (U == 4) {
         // The sums lie in [0, 256): their floor plus 2^23 holds the byte in
         // the low bits of its float (exact, no conversion needed). The low
@@ -114,23 +125,8 @@ HWY_INLINE void GaussTransposedRun(DF df, const GaussWeights &w, const float *HW
                                    float *HWY_RESTRICT o) {
     constexpr std::size_t L = hn::MaxLanes(df);
     const std::size_t tap = step * L;  // floats from one tap to the next
-    const int half = w.n >> 1;
-    const int pairs = P ? P : (w.n - 1) >> 1;
     hn::Vec<DF> acc[R];
-#pragma GCC unroll 16
-    for (int r = 0; r < R; ++r) acc[r] = hn::Mul(hn::Set(df, w.h[half]), hn::Load(df, t + (r + half) * tap));
-#pragma GCC unroll 16
-    for (int p = 1; p <= pairs; ++p) {
-        const auto wp = hn::Set(df, w.h[half - p]);
-#pragma GCC unroll 16
-        for (int r = 0; r < R; ++r)
-            acc[r] = hn::MulAdd(
-                wp, hn::Add(hn::Load(df, t + (r + half - p) * tap), hn::Load(df, t + (r + half + p) * tap)), acc[r]);
-    }
-    if (!(w.n & 1)) {
-#pragma GCC unroll 16
-        for (int r = 0; r < R; ++r) acc[r] = hn::MulAdd(hn::Set(df, w.h[0]), hn::Load(df, t + r * tap), acc[r]);
-    }
+    GaussTaps<R, P>(df, w, [&](int k, int r) { return hn::Load(df, t + (r + k) * tap); }, acc);
     for (int r = 0; r < R; ++r) hn::Store(acc[r], df, o + r * tap);
 }
 
