@@ -53,18 +53,20 @@ def _write_rows(path, shape, top, block):
         os.close(fd)
 
 
-# imge.dask.worker_config()'s allocator settings as mallopt parameters:
-# M_MMAP_MAX, M_TRIM_THRESHOLD, M_ARENA_MAX.
-KEEP_MEMORY = {-4: 0, -1: (1 << 31) - 1, -8: 1}
+# mallopt's parameters for the allocator settings that imge.dask.worker_config()
+# gives the workers through their environment.
+MALLOPT = {"MALLOC_MMAP_MAX_": -4, "MALLOC_TRIM_THRESHOLD_": -1, "MALLOC_ARENA_MAX": -8}
 
 
 def main():
     import cv2   # here, not above: the workers import this file and need no cv2
     tuned = "--tuned" in sys.argv
     if tuned:
+        from imge import dask as imge_dask
+        environ = imge_dask.worker_config()["distributed.nanny.pre-spawn-environ"]
         libc = ctypes.CDLL("libc.so.6")
-        for k, v in KEEP_MEMORY.items():
-            libc.mallopt(k, v)
+        for name, param in MALLOPT.items():
+            libc.mallopt(param, int(environ[name]))
     a = np.random.default_rng(1).integers(0, 256, (3000, 4000, 3), dtype=np.uint8)
     here = os.path.dirname(imge._imge.__file__)
     lib = ctypes.CDLL(glob.glob(os.path.join(here, "../../libimge.so*"))[0])

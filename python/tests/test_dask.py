@@ -116,7 +116,6 @@ def test_batch_of_20_equals_the_tool(client, tmp_path):
         assert (imge.load(w) == imge.load(str(tmp_path / "tool" / os.path.basename(p)))).all()
 
 
-
 def _worker_settings():
     import dask
     return ({k: os.environ.get(k) for k in ("MALLOC_MMAP_MAX_", "MALLOC_ARENA_MAX", "OMP_NUM_THREADS")},
