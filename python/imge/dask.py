@@ -135,53 +135,45 @@ def _apply_tables(name, b, t):
     return r
 
 
-def _seam(call, r, upper, lower):
-    """The r rows either side of the seam between two stripes, filtered with
-    r rows of context on each side: upper and lower are the 2r rows above and
-    below the seam."""
-    return call(np.concatenate([upper, lower]))[r:3 * r]
-
-
-def _patch(r, out, above, below):
-    """A stripe filtered on its own, its first and last r rows replaced by
-    the seams' rows (above, below; None at the picture's edges)."""
+def _mend(call, r, out, src, above, below):
+    """A stripe filtered on its own (out, from the chunk src), its first and
+    last r rows filtered again with the r rows of the neighbouring chunks
+    above and below it (None at the picture's edges)."""
     if above is not None:
-        out[:r] = above[r:]
+        out[:r] = call(np.concatenate([above, src[:2 * r]]))[r:2 * r]
     if below is not None:
-        out[-r:] = below[:r]
+        out[-r:] = call(np.concatenate([src[-2 * r:], below]))[r:2 * r]
     return out
 
 
 def _stripes(darr, block, r):
     """A neighbourhood filter of reach r on chunks that span the whole width.
     Each stripe is filtered where it lies, without waiting for anything else;
-    each seam is filtered apart from 2r rows on either side of it, and its rows
-    then replace the stripe's rows near the seam. Only those slices travel
-    between workers (the general overlap copies every chunk with its borders),
-    and the slices are cut first, so that no stripe's filtering holds up a
-    neighbour."""
+    then its r rows next to each seam are filtered again with the neighbour's
+    r rows, on the stripe's own worker. Only those r rows travel between
+    workers (the general overlap copies every chunk with its borders), they
+    are cut without waiting for any stripe, and the last step after a stripe
+    needs no task on another worker."""
     from dask.array.core import Array
     from dask.base import tokenize
     from dask.highlevelgraph import HighLevelGraph, MaterializedLayer
     token = tokenize(darr, block, r)
     name = "imge-" + block.args[0] + "-" + token
-    whole, edge, seam = name + "-stripe", "imge-edge-" + token, "imge-seam-" + token
+    whole, edge = name + "-stripe", "imge-edge-" + token
     rest = (0,) * (darr.ndim - 1)
     count = len(darr.chunks[0])
-    cuts, seams, layer = {}, {}, {}
+    cuts, layer = {}, {}
     for i in range(count):
         src = (darr.name, i) + rest
         layer[(whole, i)] = (block, src)
         if i > 0:
-            cuts[(edge, "top", i)] = (operator.getitem, src, slice(None, 2 * r))
+            cuts[(edge, "top", i)] = (operator.getitem, src, slice(None, r))
         if i + 1 < count:
-            cuts[(edge, "bottom", i)] = (operator.getitem, src, slice(-2 * r, None))
-            seams[(seam, i)] = (_seam, block, r, (edge, "bottom", i), (edge, "top", i + 1))
-        layer[(name, i) + rest] = (_patch, r, (whole, i), (seam, i - 1) if i > 0 else None,
-                                   (seam, i) if i + 1 < count else None)
-    layers = {edge: MaterializedLayer(cuts, annotations={"priority": 1}),
-              seam: MaterializedLayer(seams, annotations={"priority": 1}), name: MaterializedLayer(layer)}
-    deps = {edge: {darr.name}, seam: {edge}, name: {darr.name, seam}}
+            cuts[(edge, "bottom", i)] = (operator.getitem, src, slice(-r, None))
+        layer[(name, i) + rest] = (_mend, block, r, (whole, i), src, (edge, "bottom", i - 1) if i > 0 else None,
+                                   (edge, "top", i + 1) if i + 1 < count else None)
+    layers = {edge: MaterializedLayer(cuts, annotations={"priority": 1}), name: MaterializedLayer(layer)}
+    deps = {edge: {darr.name}, name: {darr.name, edge}}
     layers.update(darr.dask.layers)
     deps.update(darr.dask.dependencies)
     return Array(HighLevelGraph(layers, deps), name, chunks=darr.chunks, dtype=np.uint8)

@@ -39,7 +39,7 @@ def test_chunks_equal_single_call(client, name, args):
 
 
 # Stripes of rows that span the width: each stripe filtered where it lies and
-# its seams redone; a stripe lower than the window falls back to the overlap.
+# its rows at the seams redone; a stripe lower than the window falls back to the overlap.
 STRIPE_CASES = [(n, (size,), c)
                 for n in ("gaussian_blur", "average", "minimum", "maximum", "median_box", "median_cross")
                 for size in (2, 5, 8, 25 if n == "gaussian_blur" else 15)
