@@ -1,7 +1,8 @@
 """Python call overhead and Dask scaling of gaussian_blur.
 
 Run: PYTHONPATH=build/python /usr/bin/python3 bench/python_bench.py [--no-dask] [--tuned]
-(--rows=A,B: stripes of A rows in memory, B rows file to file; default 4500,2250).
+(--rows=A,B: stripes of A rows in memory, B rows file to file; default 4500,2250;
+--reps=N: N interleaved runs of each, default 7).
 
 --tuned: the workers start under imge.dask.worker_config() and are bound to a
 CPU each (imge.dask.pin_workers), and this process keeps freed memory the same
@@ -10,6 +11,7 @@ way, so that the one call and the workers reuse their blocks alike.
 import ctypes
 import glob
 import os
+import statistics
 import sys
 import time
 
@@ -132,7 +134,7 @@ def main():
 
         one_call, dask_in_memory, one_file, dask_file = [], [], [], []
         in_memory()   # warm-up: imports and pickled functions on the workers
-        for _ in range(7):  # interleaved, the minimum of each
+        for _ in range(REPS):  # interleaved, the minimum of each
             one_call.append(best(lambda: imge.gaussian_blur(big, 7), 1))
             dask_in_memory.append(in_memory())
             time.sleep(0.2)   # the previous result is released
@@ -143,22 +145,28 @@ def main():
         if tuned:
             imge_dask.pin_workers(c)
         file_to_file()
-        for _ in range(7):
+        for _ in range(REPS):
             one_file.append(best(one_call_file_to_file, 1))
             dask_file.append(best(file_to_file, 1))
         peak_file = c.run(_peak)
         same = same and (np.fromfile(dst, np.uint8).reshape(shape) == want).all()
     t1, t2, t1f, t3 = (min(x) for x in (one_call, dask_in_memory, one_file, dask_file))
-    print(f"12000x9000 RGB gaussian_blur(7), 2 workers, min of 7 interleaved"
+    m1, m2, m1f, m3 = (statistics.median(x) for x in (one_call, dask_in_memory, one_file, dask_file))
+    print(f"12000x9000 RGB gaussian_blur(7), 2 workers, min (median) of {REPS} interleaved"
           f"{', tuned' if tuned else ''}:\n"
-          f"  in memory, stripes of {rows_in_memory} rows: one call {t1:.3f} s, Dask {t2:.3f} s ({t1 / t2:.2f}x); "
-          f"peak per worker {list(peak_memory.values())} MB\n"
-          f"  file to file, stripes of {rows_on_disk} rows: one call {t1f:.3f} s, Dask {t3:.3f} s ({t1f / t3:.2f}x); "
-          f"peak per worker {list(peak_file.values())} MB\n"
+          f"  in memory, stripes of {rows_in_memory} rows: one call {t1:.3f} s, Dask {t2:.3f} s ({t1 / t2:.2f}x; "
+          f"median {m1 / m2:.2f}x); peak per worker {list(peak_memory.values())} MB\n"
+          f"  file to file, stripes of {rows_on_disk} rows: one call {t1f:.3f} s, Dask {t3:.3f} s ({t1f / t3:.2f}x; "
+          f"median {m1f / m3:.2f}x); peak per worker {list(peak_file.values())} MB\n"
           f"  picture {want.nbytes >> 20} MB; equal: {same}; cv2.GaussianBlur {tcv:.3f} s")
 
 
-ROWS = tuple(int(x) for x in next((a.split("=")[1] for a in sys.argv if a.startswith("--rows=")), "4500,2250").split(","))
+def _option(name, default):   # --name=value on the command line
+    return next((a.split("=", 1)[1] for a in sys.argv if a.startswith(f"--{name}=")), default)
+
+
+REPS = int(_option("reps", "7"))
+ROWS = tuple(int(x) for x in _option("rows", "4500,2250").split(","))
 
 
 def _peak():  # the highest resident size of this process, MB
