@@ -39,6 +39,11 @@ def _reach(name, args):
 
 
 def _call(name, args, kwargs, b):
+    comps = 1 if b.ndim == 2 else b.shape[2]
+    if (b.ndim == 3 and b.strides[2] != 1) or b.strides[1] != comps or b.strides[0] < b.shape[1] * comps:
+        # A chunk no bitmap can wrap as it lies (the broadcast chunks of
+        # da.zeros, rows going backwards, columns first): filtered from a copy.
+        b = np.ascontiguousarray(b)
     return getattr(imge, name)(b, *args, **kwargs)
 
 
@@ -260,7 +265,11 @@ def stripes(read, write, height, name, *args, rows=1024, **kwargs):
     operations read just their stripe. Each worker holds about one stripe and
     its result at a time."""
     import dask
-    if not isinstance(rows, int) or rows < 1:
+    try:
+        rows = operator.index(rows)   # NumPy integers too
+    except TypeError:
+        rows = 0
+    if rows < 1:
         raise ValueError("imge.dask.stripes: rows must be a positive integer")
     if name in _NEIGHBOURHOOD:
         r = _reach(name, args)

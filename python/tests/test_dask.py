@@ -62,10 +62,26 @@ def test_full_size_on_4x4_chunks_and_statistics(client):
     assert imge.dask.count_colors(da.from_array(part, chunks=(150, 200, 3))).compute() == imge.get_count_colors(part)
 
 
+# Chunks that no bitmap can wrap as they lie: broadcast (as da.zeros makes
+# them), rows going backwards, columns first; by stripes, by overlap, by point.
+LAYOUTS = {"broadcast": lambda: da.from_array(np.broadcast_to(SMALL[0], (120, 400, 3)), chunks=(60, 400, 3)),
+           "rows backwards": lambda: da.from_array(SMALL, chunks=(100, 400, 3))[::-1],
+           "columns first": lambda: da.from_array(np.ascontiguousarray(SMALL.transpose(1, 0, 2)),
+                                                  chunks=(200, 150, 3)).transpose(1, 0, 2)}
+
+
+@pytest.mark.parametrize("layout", LAYOUTS)
+@pytest.mark.parametrize("name,args", [("gaussian_blur", (5,)), ("median_box", (4,)), ("negative", ())])
+def test_chunks_of_any_layout(client, layout, name, args):
+    d = LAYOUTS[layout]()
+    whole = np.ascontiguousarray(d.compute())
+    assert (imge.dask.apply(d, name, *args).compute() == getattr(imge, name)(whole, *args)).all()
+
+
 # A picture that stays in a raw file: each stripe read with its context rows,
 # filtered and written by one task; stripes lower than the window included.
 @pytest.mark.parametrize("name,args,rows", [
-    ("gaussian_blur", (8,), 70), ("gaussian_blur", (25,), 7), ("median_box", (5,), 97), ("minimum", (4,), 1),
+    ("gaussian_blur", (8,), 70), ("gaussian_blur", (25,), 7), ("median_box", (5,), np.int64(97)), ("minimum", (4,), 1),
     ("reduce_noise", (), 300), ("emboss", (), 299), ("negative", (), 64), ("adjust_hls", (5, 0, 10), 1000)])
 def test_stored_stripes_equal_single_call(client, tmp_path, name, args, rows):
     src, dst, shape = str(tmp_path / "in.raw"), str(tmp_path / "out.raw"), SMALL.shape
