@@ -273,7 +273,8 @@ done <<ROWS
 1|geo.png|the corner 0,320 lies outside the 240 x 320 picture|crop --y 320 --width 5 --height 5 J -o geo.png
 2|plot.gif|cannot tell the format|histogram --plot plot.gif J
 ROWS
-# Exact pixels of the 3 x 2 grey picture 1 2 3 / 4 5 6 after each geometry step.
+# Exact pixels of the 3 x 2 grey picture 1 2 3 / 4 5 6 after each geometry step
+# and a 3 x 3 kernel that only doubles the centre.
 while IFS='|' read -r want cmd; do
   run $cmd g32.pgm -o px.pgm; expect_rc 0 "$cmd"; n=$(($(wc -c < px.pgm) - $(wc -c < g32.pgm) + 6))
   [ "$(tail -c $n px.pgm | od -An -tu1 -v | tr -s ' \n' ' ' | sed 's/^ //;s/ $//')" = "$want" ] || fail "$cmd on 1 2 3 / 4 5 6 gives $(tail -c $n px.pgm | od -An -tu1 -v)"
@@ -285,6 +286,7 @@ done <<'ROWS'
 4 5 6 1 2 3|flip --direction vertical
 2 3 5 6|crop --x 1 --width 5 --height 5
 1 2 3 4 5 6|convert
+2 4 6 8 10 12|convolve --kernel 0,0,0,0,2,0,0,0,0 --divisor 1
 ROWS
 # The plot of a picture that is half 0, half 200: in every panel, full bars at
 # 0 and 200 and nothing between (bars are 2 pixels a value from x = 64).
